@@ -32,13 +32,16 @@ MetadataTable makeTable()
 
 QList<QUrl> makeImages()
 {
+    // A third of the names equal a key, the rest extend one, and some match
+    // no row at all, so that every style has work and misses.
     QList<QUrl> urls;
     for (int i = 0; i < imageCount; ++i) {
-        const int r = (i * 7) % (rowCount + 500); // some images match no row
-        urls << QUrl::fromLocalFile(QStringLiteral("/Volumes/Capture/Day1/SHOOT%1_%2_v%3.CR3")
-                                        .arg(r % 97)
-                                        .arg(r, 5, 10, QLatin1Char('0'))
-                                        .arg(i % 3));
+        const int r = (i * 7) % (rowCount + 500);
+        const QString key =
+            QStringLiteral("SHOOT%1_%2").arg(r % 97).arg(r, 5, 10, QLatin1Char('0'));
+        const QString name = i % 3 == 0 ? key : key + QStringLiteral("_v%1").arg(i % 3);
+        urls << QUrl::fromLocalFile(QStringLiteral("/Volumes/Capture/Day1/") + name +
+                                    QStringLiteral(".CR3"));
     }
     return urls;
 }

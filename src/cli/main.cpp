@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "command.h"
 
+#include "extensions/log.h"
+
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <unistd.h>
 
 int main(int argc, char* argv[])
 {
@@ -11,6 +14,15 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName(QStringLiteral("quillbrook-cli"));
     QCoreApplication::setOrganizationName(QStringLiteral("Quillbrook"));
     QCoreApplication::setApplicationVersion(QStringLiteral(QB_VERSION));
+
+    // stdout carries each command's result; the libraries' diagnostics are
+    // progress, shown only to a person watching a terminal.
+    const bool terminal = isatty(STDERR_FILENO) == 1;
+    const qb::LogSink toStderr = [](const QString& text) {
+        std::fputs(qPrintable(text + QLatin1Char('\n')), stderr);
+    };
+    qb::setPrintSink(terminal ? toStderr : qb::LogSink());
+    qb::setLogSink(terminal ? toStderr : qb::LogSink());
 
     QTextStream out(stdout);
     QTextStream err(stderr);

@@ -1,6 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "exifimage.h"
 
+#include "extensions/dynamicvaluejson.h"
+#include "extensions/icustring.h"
+
+#include <unicode/locid.h>
+#include <unicode/smpdtfmt.h>
+
+#include <cmath>
+#include <memory>
+
 namespace qb {
 
 std::optional<QUrl> ExifImage::url() const
@@ -23,6 +32,102 @@ void ExifImage::merge(const Metadata& other, bool overwrite)
         else
             metadata.try_emplace(key, value);
     }
+}
+
+ExifImage::Metadata ExifImage::exiftoolRepresentation() const
+{
+    std::unique_ptr<icu::SimpleDateFormat> formatter;
+    Metadata representation;
+    for (const auto& [key, value] : metadata) {
+        if (value.isDate()) {
+            if (!formatter) {
+                UErrorCode status = U_ZERO_ERROR;
+                formatter = std::make_unique<icu::SimpleDateFormat>(
+                    toIcu(datePattern), icu::Locale::getDefault(), status);
+            }
+            icu::UnicodeString text;
+            formatter->format(UDate(value.toDate().toMSecsSinceEpoch()), text);
+            representation.emplace(key, fromIcu(text));
+        } else if (value.isUrl()) {
+            representation.emplace(key, value.toUrl().toLocalFile());
+        } else {
+            representation.emplace(key, value);
+        }
+    }
+    return representation;
+}
+
+nlohmann::ordered_json ExifImage::exiftoolJson() const
+{
+    const Metadata representation = exiftoolRepresentation();
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    if (const auto it = representation.find(sourceFileKey); it != representation.end())
+        object[sourceFileKey.toStdString()] = toJsonValue(it->second);
+    for (const auto& [key, value] : representation) {
+        if (key != sourceFileKey)
+            object[key.toStdString()] = toJsonValue(value);
+    }
+    return object;
+}
+
+namespace {
+
+// Strict, as DateFormatter parses: not lenient, and the whole text must be
+// taken up.
+std::optional<QDateTime> parseWireDate(const QString& text)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    icu::SimpleDateFormat formatter(toIcu(ExifImage::datePattern), icu::Locale::getDefault(),
+                                    status);
+    if (U_FAILURE(status))
+        return std::nullopt;
+    formatter.setLenient(false);
+    const icu::UnicodeString source = toIcu(text);
+    icu::ParsePosition position(0);
+    const UDate date = formatter.parse(source, position);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != source.length())
+        return std::nullopt;
+    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(date)), Qt::UTC);
+}
+
+// Saves copying lists and dictionaries just to look at their kind.
+const DynamicValue& storedValue(const ExifImage::Metadata& metadata, const QString& name)
+{
+    static const DynamicValue absent;
+    const auto it = metadata.find(name);
+    return it == metadata.end() ? absent : it->second;
+}
+
+} // namespace
+
+std::optional<QUrl> ExifImage::url(const Exiftag<QUrl>& tag) const
+{
+    const DynamicValue& stored = storedValue(metadata, tag.name());
+    if (stored.isUrl())
+        return stored.toUrl();
+    if (stored.isString())
+        return QUrl::fromLocalFile(stored.toString());
+    return std::nullopt;
+}
+
+std::optional<QDateTime> ExifImage::date(const Exiftag<QDateTime>& tag) const
+{
+    const DynamicValue& stored = storedValue(metadata, tag.name());
+    if (stored.isDate())
+        return stored.toDate();
+    if (stored.isString())
+        return parseWireDate(stored.toString());
+    return std::nullopt;
+}
+
+QStringList ExifImage::strings(const Exiftag<QStringList>& tag) const
+{
+    const DynamicValue& stored = storedValue(metadata, tag.name());
+    if (stored.isStringList())
+        return *TagValueTraits<QStringList>::fromDynamic(stored);
+    if (stored.isString())
+        return stored.toString().split(QStringLiteral(", "));
+    return {};
 }
 
 } // namespace qb

@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// quillbrook-cli csv FILE: shows a CSV file as Quillbrook reads it.
+#include "csvcommand.h"
+
+#include "jsonoutput.h"
+
+#include "kit/csvdatasource.h"
+
+#include <QFileInfo>
+
+namespace qb::cli {
+
+namespace {
+
+Json tableJson(const CSVDataSource& source)
+{
+    Json metadata = Json::object();
+    const QStringList headers = source.keyNames();
+    for (const QString& key : source.keys()) {
+        const MetadataRow& row = source.metadata().at(key);
+        Json fields = Json::object();
+        for (const QString& header : headers) {
+            if (const auto it = row.find(header); it != row.end())
+                fields[header.toStdString()] = it->second.toString().toStdString();
+        }
+        metadata[key.toStdString()] = fields;
+    }
+    Json json = Json::object();
+    json["keyNames"] = jsonStrings(headers);
+    json["keys"] = jsonStrings(source.keys());
+    json["metadata"] = metadata;
+    return json;
+}
+
+Json fileJson(const CSVReader::FileView& view)
+{
+    Json rows = Json::array();
+    for (qsizetype i = 0; i < view.rowCount(); ++i)
+        rows.push_back(jsonStrings(view.row(i)));
+    Json json = Json::object();
+    json["headers"] = jsonStrings(view.headers());
+    json["rows"] = rows;
+    return json;
+}
+
+} // namespace
+
+QString unescapeDelimiter(QString text)
+{
+    QString result;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\\') && i + 1 < text.size()) {
+            const QChar next = text[i + 1];
+            if (next == QLatin1Char('n') || next == QLatin1Char('r') || next == QLatin1Char('t')) {
+                result += next == QLatin1Char('n')   ? u'\n'
+                          : next == QLatin1Char('r') ? u'\r'
+                                                     : u'\t';
+                ++i;
+                continue;
+            }
+        }
+        result += text[i];
+    }
+    return result;
+}
+
+std::expected<CSVReader::Configuration, QString>
+readerConfiguration(const QCommandLineParser& parser, const ReaderOptions& names)
+{
+    CSVReader::Configuration configuration;
+    configuration.headerStrategy =
+        parser.isSet(names.noHeader) ? Strategy::Header::none : Strategy::Header::firstLine;
+    if (parser.isSet(names.fieldDelimiter))
+        configuration.delimiters.field =
+            Delimiter::Field(unescapeDelimiter(parser.value(names.fieldDelimiter)));
+    if (parser.isSet(names.rowDelimiter))
+        configuration.delimiters.row =
+            Delimiter::Row(unescapeDelimiter(parser.value(names.rowDelimiter)));
+    if (parser.isSet(names.noEscaping))
+        configuration.escapingStrategy = Strategy::Escaping::none();
+    if (parser.isSet(names.trim))
+        configuration.trimStrategy = unicodeScalarSet(parser.value(names.trim));
+    if (parser.isSet(names.encoding)) {
+        const QString name = parser.value(names.encoding);
+        const auto encoding = textEncodingFromName(name);
+        if (!encoding)
+            return std::unexpected(QStringLiteral("unknown encoding '%1'").arg(name));
+        configuration.encoding = *encoding;
+    }
+    configuration.presample = parser.isSet(names.presample);
+    return configuration;
+}
+
+ExitStatus printCsvLoadError(Streams& streams, const CSVLoadError& error)
+{
+    if (const auto* csv = std::get_if<CSVError>(&error)) {
+        streams.err << csv->longDescription() << '\n';
+        streams.err.flush();
+    } else {
+        printError(streams, std::get<Error>(error));
+    }
+    return ExitStatus::usage;
+}
+
+ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Shows a CSV file as Quillbrook reads it, as JSON."));
+    const ReaderOptions options;
+    const QCommandLineOption keyOption(QStringLiteral("key"),
+                                       QStringLiteral("Show the table keyed by this column."),
+                                       QStringLiteral("COLUMN"));
+    parser.addOption(keyOption);
+    parser.addOptions(options.readerOptions());
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The CSV file."));
+    if (const auto status = parseCommandLine(parser, QStringLiteral("csv"), arguments, streams))
+        return *status;
+    if (parser.positionalArguments().size() != 1) {
+        printError(streams, QStringLiteral("csv takes exactly one FILE; see 'csv --help'"));
+        return ExitStatus::usage;
+    }
+    const QUrl url =
+        QUrl::fromLocalFile(QFileInfo(parser.positionalArguments().first()).absoluteFilePath());
+
+    CSVDataSource source;
+    bool readerOptionSet = false;
+    for (const QCommandLineOption& option : options.readerOptions())
+        readerOptionSet = readerOptionSet || parser.isSet(option);
+    if (readerOptionSet) {
+        const auto configuration = readerConfiguration(parser, options);
+        if (!configuration) {
+            printError(streams, configuration.error());
+            return ExitStatus::usage;
+        }
+        auto view = CSVReader::readFile(url, *configuration);
+        if (!view)
+            return printCsvLoadError(streams, view.error());
+        source.setCsvData(std::move(*view));
+    } else if (auto loaded = source.loadCSV(url); !loaded) {
+        return printCsvLoadError(streams, loaded.error());
+    }
+
+    if (!parser.isSet(keyOption)) {
+        printJson(streams.out, fileJson(*source.csvData()));
+        return ExitStatus::success;
+    }
+    const QString key = parser.value(keyOption);
+    if (!source.keyNames().contains(key)) {
+        printError(streams, QStringLiteral("the file has no column named '%1'").arg(key));
+        return ExitStatus::usage;
+    }
+    source.buildMetadata(key);
+    printJson(streams.out, tableJson(source));
+    return ExitStatus::success;
+}
+
+} // namespace qb::cli

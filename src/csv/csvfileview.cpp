@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "csvfileview.h"
+
+#include <QtGlobal>
+
+namespace qb {
+
+namespace csvdetail {
+
+QStringView RowStorage::field(qsizetype row, qsizetype column) const
+{
+    if (row < 0 || row >= rowCount() || column < 0 || column >= fieldCount)
+        qFatal("CSV field (%lld, %lld) is outside the file", qint64(row), qint64(column));
+    const qsizetype first = row * fieldCount;
+    const qsizetype start = column == 0 ? 0 : ends[first + column - 1];
+    return QStringView(texts[row]).sliced(start, ends[first + column] - start);
+}
+
+QStringList RowStorage::row(qsizetype row) const
+{
+    QStringList fields;
+    fields.reserve(fieldCount);
+    for (qsizetype column = 0; column < fieldCount; ++column)
+        fields.append(field(row, column).toString());
+    return fields;
+}
+
+std::optional<qsizetype> lookupColumn(const HeaderLookup& lookup, const QString& header)
+{
+    // Keys are stored composed, so a composed name is found at once.
+    auto it = lookup.constFind(header);
+    if (it == lookup.constEnd())
+        it = lookup.constFind(header.normalized(QString::NormalizationForm_C));
+    if (it == lookup.constEnd())
+        return std::nullopt;
+    return it.value();
+}
+
+} // namespace csvdetail
+
+CSVRecord::CSVRecord(std::shared_ptr<const csvdetail::RowStorage> rows, qsizetype index,
+                     std::shared_ptr<const csvdetail::HeaderLookup> lookup)
+    : m_rows(std::move(rows))
+    , m_index(index)
+    , m_lookup(std::move(lookup))
+{
+}
+
+QStringView CSVRecord::view(qsizetype index) const
+{
+    return m_rows->field(m_index, index);
+}
+
+std::optional<QString> CSVRecord::value(const QString& header) const
+{
+    const std::optional<qsizetype> column = csvdetail::lookupColumn(*m_lookup, header);
+    if (!column)
+        return std::nullopt;
+    return view(*column).toString();
+}
+
+CSVRecordsView::CSVRecordsView(std::shared_ptr<const csvdetail::RowStorage> rows,
+                               std::shared_ptr<const csvdetail::HeaderLookup> lookup)
+    : m_rows(std::move(rows))
+    , m_lookup(std::move(lookup))
+{
+}
+
+CSVRecord CSVRecordsView::operator[](qsizetype index) const
+{
+    if (index < 0 || index >= size())
+        qFatal("CSV record %lld is outside the file", qint64(index));
+    return CSVRecord(m_rows, index, m_lookup);
+}
+
+CSVColumnsView::CSVColumnsView(std::shared_ptr<const csvdetail::RowStorage> rows)
+    : m_rows(std::move(rows))
+{
+}
+
+QStringList CSVColumnsView::operator[](qsizetype column) const
+{
+    if (column < 0 || column >= size())
+        qFatal("CSV column %lld is outside the file", qint64(column));
+    QStringList values;
+    values.reserve(m_rows->rowCount());
+    for (qsizetype row = 0; row < m_rows->rowCount(); ++row)
+        values.append(m_rows->field(row, column).toString());
+    return values;
+}
+
+CSVFileView::CSVFileView()
+    : m_rows(std::make_shared<const csvdetail::RowStorage>())
+    , m_lookup(std::make_shared<const csvdetail::HeaderLookup>())
+{
+}
+
+CSVFileView::CSVFileView(QStringList headers, std::shared_ptr<const csvdetail::RowStorage> rows,
+                         std::shared_ptr<const csvdetail::HeaderLookup> lookup)
+    : m_headers(std::move(headers))
+    , m_rows(std::move(rows))
+    , m_lookup(std::move(lookup))
+{
+}
+
+QList<QStringList> CSVFileView::rows() const
+{
+    QList<QStringList> rows;
+    rows.reserve(rowCount());
+    for (qsizetype index = 0; index < rowCount(); ++index)
+        rows.append(row(index));
+    return rows;
+}
+
+std::optional<qsizetype> CSVFileView::columnIndex(const QString& header) const
+{
+    return csvdetail::lookupColumn(*m_lookup, header);
+}
+
+} // namespace qb

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "exiftool.h"
+
+#include "extensions/process.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTemporaryFile>
+
+#include <cstdio>
+
+namespace qb {
+
+namespace {
+
+const QString configOption = QStringLiteral("-config");
+const QString overwriteOption = QStringLiteral("-overwrite_original");
+const QString localExiftool = QStringLiteral("/usr/local/bin/exiftool");
+
+void printLine(const QByteArray& bytes)
+{
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+    std::fputc('\n', stdout);
+    // exiftool may write to the same terminal: keep our lines before its.
+    std::fflush(stdout);
+}
+
+// exiftool takes each line of an argument file as one argument, but strips
+// leading blanks, skips lines that are empty or start with '#', and rewrites
+// blanks around '=' in options. Its #[CSTR] form is taken as a C string with
+// none of that, so every argument, line breaks included, arrives exactly.
+QByteArray argumentFileLine(const QString& argument)
+{
+    QByteArray line("#[CSTR]");
+    for (const char byte : argument.toUtf8()) {
+        switch (byte) {
+        case '\\':
+            line += "\\\\";
+            break;
+        case '\n':
+            line += "\\n";
+            break;
+        case '\r':
+            line += "\\r";
+            break;
+        default:
+            line += byte;
+        }
+    }
+    line += '\n';
+    return line;
+}
+
+} // namespace
+
+ExiftoolConfig ExiftoolConfig::url(const QUrl& location)
+{
+    return {Kind::url, location.isLocalFile() ? location.toLocalFile() : location.path()};
+}
+
+QStringList ExiftoolConfig::arguments() const
+{
+    switch (m_kind) {
+    case Kind::url:
+    case Kind::path:
+        return {configOption, m_location};
+    case Kind::standard:
+        return {configOption};
+    case Kind::none:
+        break;
+    }
+    return {};
+}
+
+ExiftoolError ExiftoolError::responseNotZero(ExiftoolProcess process, std::optional<QString> stdErr)
+{
+    return {Case::responseNotZero, std::move(process), std::move(stdErr)};
+}
+
+ExiftoolError ExiftoolError::exiftoolNotFound(const QString& at)
+{
+    return {Case::exiftoolNotFound, ExiftoolProcess{at, {}, 0, false}, std::nullopt};
+}
+
+ExiftoolError ExiftoolError::couldNotRun(const QString& at, const QString& reason)
+{
+    return {Case::couldNotRun, ExiftoolProcess{at, {}, 0, false}, reason};
+}
+
+QString ExiftoolError::summary() const
+{
+    if (m_case != Case::responseNotZero)
+        return QStringLiteral("Exiftool could not be launched");
+    // A normal exit with a failing status reads "exited normally" too.
+    return m_process.endedBySignal ? QStringLiteral("exiftool exited with uncaught signal")
+                                   : QStringLiteral("exiftool exited normally");
+}
+
+std::optional<QString> ExiftoolError::failureReason() const
+{
+    if (m_case == Case::exiftoolNotFound)
+        return QStringLiteral("exiftool not found at ") + at();
+    return m_stdErr;
+}
+
+Error ExiftoolError::toError(ExiftoolTask task) const
+{
+    Error error;
+    error.domain = QStringLiteral("qb.ExiftoolError");
+    error.code = int(m_case);
+    error.failureReason = failureReason().value_or(QString());
+    error.userInfo.insert(QStringLiteral("program"), at());
+    switch (m_case) {
+    case Case::responseNotZero:
+        error.errorDescription = task == ExiftoolTask::read
+                                     ? QStringLiteral("exiftool could not read the metadata.")
+                                     : QStringLiteral("exiftool could not write the metadata.");
+        // Without a word from exiftool, the status is all the user can go by.
+        if (error.failureReason.trimmed().isEmpty()) {
+            const QString form = m_process.endedBySignal ? QStringLiteral("%1 %2")
+                                                         : QStringLiteral("%1 with status %2");
+            error.failureReason = form.arg(summary()).arg(m_process.terminationStatus);
+        }
+        error.userInfo.insert(QStringLiteral("terminationStatus"), m_process.terminationStatus);
+        error.userInfo.insert(QStringLiteral("endedBySignal"), m_process.endedBySignal);
+        break;
+    case Case::exiftoolNotFound:
+        error.errorDescription = summary() + QLatin1Char('.');
+        error.recoverySuggestion =
+            QStringLiteral("Install exiftool, or check that the file at that path is a program.");
+        break;
+    case Case::couldNotRun:
+        error.errorDescription = summary() + QLatin1Char('.');
+        break;
+    }
+    return error;
+}
+
+Error exiftoolAnswerError(const char* what)
+{
+    QString reason = QString::fromUtf8(what);
+    // nlohmann starts its messages with a tag such as "[json.exception.parse_error.101] ".
+    if (reason.startsWith(QLatin1Char('['))) {
+        const qsizetype close = reason.indexOf(QLatin1String("] "));
+        if (close > 0)
+            reason = reason.mid(close + 2);
+    }
+    Error error;
+    error.domain = QStringLiteral("qb.ExiftoolAnswer");
+    error.code = 1;
+    error.errorDescription = QStringLiteral("exiftool's answer could not be read.");
+    error.failureReason = reason;
+    return error;
+}
+
+const Trace& defaultTrace()
+{
+    static const Trace trace = [](const std::optional<QString>& text,
+                                  const std::optional<QByteArray>& buffer) {
+        if (text)
+            printLine(text->toUtf8());
+        if (buffer) {
+            if (const std::optional<QString> decoded = decodedUtf8(*buffer))
+                printLine(decoded->toUtf8());
+        }
+    };
+    return trace;
+}
+
+QString exiftoolPath(const QUrl& url)
+{
+    return url.isLocalFile() ? url.toLocalFile() : url.path(QUrl::FullyDecoded);
+}
+
+void printResponse(const QByteArray& response)
+{
+    printLine(decodedUtf8(response).value_or(QString()).toUtf8());
+}
+
+QString installedExiftoolPath()
+{
+    if (QFileInfo::exists(localExiftool))
+        return localExiftool;
+    const QString onPath = QStandardPaths::findExecutable(QStringLiteral("exiftool"));
+    return onPath.isEmpty() ? localExiftool : onPath;
+}
+
+ExifTool::ExifTool(QString exiftoolLocation, Trace trace, std::shared_ptr<ProcessRunner> runner)
+    : m_exiftoolLocation(std::move(exiftoolLocation))
+    , m_trace(std::move(trace))
+    , m_runner(runner ? std::move(runner) : std::make_shared<SystemProcessRunner>())
+{
+}
+
+QStringList ExifTool::finalArguments(const QStringList& arguments) const
+{
+    QStringList result = m_config.arguments() + arguments;
+    if (m_overwriteOriginal)
+        result << overwriteOption;
+    return result;
+}
+
+void ExifTool::run(const QStringList& arguments, const ExiftoolCompletion& completion) const
+{
+    const QFileInfo info(m_exiftoolLocation);
+    const bool executable = info.isExecutable();
+    const bool exists = info.exists();
+    if (!executable || !exists) {
+        completion(std::unexpected(ExiftoolError::exiftoolNotFound(m_exiftoolLocation)));
+        return;
+    }
+    const QStringList final = finalArguments(arguments);
+    if (m_trace)
+        m_trace(m_exiftoolLocation + QLatin1Char(' ') + final.join(QLatin1Char(' ')), std::nullopt);
+
+    const std::expected<ProcessRunResult, ExiftoolError> launched = launch(final);
+    if (!launched) {
+        completion(std::unexpected(launched.error()));
+        return;
+    }
+    const ProcessRunResult& ran = *launched;
+    if (!ran) {
+        completion(
+            std::unexpected(ExiftoolError::couldNotRun(m_exiftoolLocation, ran.error().reason)));
+        return;
+    }
+    if (ran->endedBySignal || ran->exitStatus != 0) {
+        ExiftoolProcess process{m_exiftoolLocation, final, ran->exitStatus, ran->endedBySignal};
+        completion(std::unexpected(
+            ExiftoolError::responseNotZero(std::move(process), decodedUtf8(ran->standardError))));
+        return;
+    }
+    // Warnings on standard error of a run that succeeded are dropped.
+    completion(ProcessResult{ran->exitStatus, ran->standardOutput});
+}
+
+std::expected<ProcessRunResult, ExiftoolError> ExifTool::launch(const QStringList& arguments) const
+{
+    for (const QString& argument : arguments) {
+        if (argument.contains(QChar(0)))
+            return std::unexpected(ExiftoolError::couldNotRun(
+                m_exiftoolLocation,
+                QStringLiteral("The argument “%1” holds a NUL character, which no command line "
+                               "can carry.")
+                    .arg(QString(argument).replace(QChar(0), QChar(0xFFFD)))));
+    }
+    if (m_runner->fitsCommandLine(m_exiftoolLocation, arguments))
+        return m_runner->run(m_exiftoolLocation, arguments);
+
+    // exiftool only honours -config as the very first argument of its real
+    // command line, so the option and its value stay there.
+    qsizetype kept = m_config.arguments().size();
+    if (m_config.kind() == ExiftoolConfig::Kind::standard)
+        ++kept;
+    kept = std::min(kept, arguments.size());
+
+    QTemporaryFile file(QDir::tempPath() + QStringLiteral("/quillbrook-exiftool-XXXXXX.args"));
+    if (!file.open())
+        return std::unexpected(ExiftoolError::couldNotRun(
+            m_exiftoolLocation,
+            QStringLiteral("The argument file for exiftool could not be created: %1")
+                .arg(file.errorString())));
+    QByteArray contents;
+    for (qsizetype i = kept; i < arguments.size(); ++i)
+        contents += argumentFileLine(arguments[i]);
+    const bool written = file.write(contents) == contents.size() && file.flush();
+    if (!written)
+        return std::unexpected(ExiftoolError::couldNotRun(
+            m_exiftoolLocation, QStringLiteral("The argument file “%1” could not be written: %2")
+                                    .arg(file.fileName(), file.errorString())));
+    // The file is removed when `file` goes, after exiftool has ended.
+    const QStringList commandLine = arguments.mid(0, kept) + QStringList{"-@", file.fileName()};
+    return m_runner->run(m_exiftoolLocation, commandLine);
+}
+
+} // namespace qb

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "metadatabatchwriter.h"
+
+#include "extensions/dynamicvaluejson.h"
+#include "extensions/jsonfile.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace qb {
+
+namespace {
+
+// Dates and URLs have no JSON form; this writer doesn't convert them.
+bool holdsJsonValue(const DynamicValue& value)
+{
+    if (value.isDate() || value.isUrl())
+        return false;
+    if (value.isList())
+        return std::ranges::all_of(value.toList(), holdsJsonValue);
+    if (value.isDictionary())
+        return std::ranges::all_of(value.toDictionary(),
+                                   [](const auto& entry) { return holdsJsonValue(entry.second); });
+    return true;
+}
+
+} // namespace
+
+MetadataBatchWriter::MetadataBatchWriter(QList<QUrl> urls, std::vector<MetadataValueBox> tags,
+                                         std::shared_ptr<ProcessRunner> runner)
+    : m_exiftool(installedExiftoolPath(), defaultTrace(), std::move(runner))
+    , m_urls(std::move(urls))
+    , m_tags(std::move(tags))
+{
+    m_exiftool.setOverwriteOriginal(true);
+}
+
+void MetadataBatchWriter::setVerbose(bool verbose)
+{
+    m_verbose = verbose;
+    m_exiftool.setTrace(verbose ? defaultTrace() : Trace());
+}
+
+void MetadataBatchWriter::addImages(const std::vector<std::shared_ptr<ExifImage>>& images)
+{
+    for (const auto& image : images) {
+        if (!image)
+            continue;
+        if (const std::optional<QUrl> url = image->url())
+            m_urls << *url;
+    }
+}
+
+std::expected<void, Error> MetadataBatchWriter::writeJSON(const QString& path, bool /*sidecars*/)
+{
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    for (const MetadataValueBox& box : m_tags) {
+        if (!holdsJsonValue(box.value()))
+            return std::unexpected(jsonFileError(
+                JsonFileErrorCode::notEncodable, path,
+                QStringLiteral("The value of “%1” is a date or a location, which JSON can't hold.")
+                    .arg(box.tag())));
+        // A later value for the same tag replaces the earlier one.
+        object[box.tag().toStdString()] = toJsonValue(box.value());
+    }
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(folder))
+        return std::unexpected(
+            jsonFileError(JsonFileErrorCode::unwritable, path,
+                          QStringLiteral("The folder “%1” could not be created.").arg(folder)));
+    return writeJsonFile(object, path);
+}
+
+void MetadataBatchWriter::writeImages(const QString& jsonPath, const MetadataCompletion& completion)
+{
+    write({QStringLiteral("-json=") + jsonPath}, QStringLiteral("Finished writing images."),
+          completion);
+}
+
+void MetadataBatchWriter::writeSidecars(const QString& jsonPath,
+                                        const MetadataCompletion& completion)
+{
+    write({QStringLiteral("-json=") + jsonPath, QStringLiteral("-srcfile"),
+           QStringLiteral("%d%f.xmp")},
+          QStringLiteral("Finished writing XMP sidecar files."), completion);
+}
+
+void MetadataBatchWriter::write(QStringList arguments, const QString& closingMessage,
+                                const MetadataCompletion& completion)
+{
+    for (const QUrl& url : m_urls)
+        arguments << exiftoolPath(url);
+    m_exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
+        if (!result) {
+            completion(std::unexpected(result.error().toError(ExiftoolTask::write)));
+            return;
+        }
+        if (m_verbose)
+            printResponse(result->response);
+        completion(closingMessage);
+    });
+}
+
+} // namespace qb

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "exif/exifimage.h"
+#include "exif/exiftool.h"
+#include "extensions/error.h"
+
+#include <QString>
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace qb {
+
+// Takes the closing message of a write, or why it failed.
+using MetadataCompletion = std::function<void(std::expected<QString, Error>)>;
+
+// How the metadata queue drives exiftool: register images, write the exchange
+// file, run exiftool over it. One batch at a time, from one thread; the
+// completion is called exactly once, on the calling thread.
+class MetadataManager {
+public:
+    virtual ~MetadataManager() = default;
+
+    virtual ExifTool& exiftool() = 0;
+    virtual const ExifTool& exiftool() const = 0;
+    virtual void setExiftool(ExifTool exiftool) = 0;
+
+    // Setting it sets the exiftool's trace to defaultTrace(), or clears it.
+    virtual bool verbose() const = 0;
+    virtual void setVerbose(bool verbose) = 0;
+
+    virtual void addImages(const std::vector<std::shared_ptr<ExifImage>>& images) = 0;
+    virtual void clear() = 0;
+
+    // Writes the exchange file to `path`, creating its folder. There is no
+    // encoder parameter: the file is always made by our own JSON writer.
+    virtual std::expected<void, Error> writeJSON(const QString& path, bool sidecars) = 0;
+
+    virtual void writeImages(const QString& jsonPath, const MetadataCompletion& completion) = 0;
+    virtual void writeSidecars(const QString& jsonPath, const MetadataCompletion& completion) = 0;
+};
+
+} // namespace qb

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "metadatareader.h"
+
+#include "extensions/dynamicvaluejson.h"
+#include "extensions/jsonfile.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace qb {
+
+namespace {
+
+const QString jsonOption = QStringLiteral("-json=");
+
+} // namespace
+
+QUrl sidecarUrl(const QUrl& url)
+{
+    QString path = url.path(QUrl::FullyDecoded);
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
+    // A leading dot names a hidden file; it doesn't start an extension.
+    if (dot > slash + 1)
+        path.truncate(dot);
+    QUrl sidecar(url);
+    sidecar.setPath(path + QStringLiteral(".xmp"), QUrl::DecodedMode);
+    return sidecar;
+}
+
+MetadataReader::MetadataReader(std::shared_ptr<ProcessRunner> runner)
+    : m_exiftool(installedExiftoolPath(), defaultTrace(), std::move(runner))
+{
+    m_exiftool.setOverwriteOriginal(true);
+}
+
+void MetadataReader::setVerbose(bool verbose)
+{
+    m_verbose = verbose;
+    m_exiftool.setTrace(verbose ? defaultTrace() : Trace());
+}
+
+QList<QUrl> MetadataReader::urls() const
+{
+    QList<QUrl> result;
+    result.reserve(qsizetype(m_loadedImages.size()));
+    for (const auto& entry : m_loadedImages)
+        result << entry.first;
+    return result;
+}
+
+std::vector<MetadataReader::ImagePointer> MetadataReader::images() const
+{
+    std::vector<ImagePointer> result;
+    result.reserve(m_loadedImages.size());
+    for (const auto& entry : m_loadedImages)
+        result.push_back(entry.second);
+    return result;
+}
+
+MetadataReader::ImagePointer MetadataReader::image(const QUrl& url) const
+{
+    const auto it = m_loadedImages.find(url);
+    return it == m_loadedImages.end() ? nullptr : it->second;
+}
+
+void MetadataReader::setImage(const QUrl& url, ImagePointer image)
+{
+    if (image)
+        m_loadedImages.insert_or_assign(url, std::move(image));
+    else
+        m_loadedImages.erase(url);
+}
+
+MetadataReader::Images::const_iterator MetadataReader::findNamed(const QString& fileName) const
+{
+    return std::find_if(m_loadedImages.begin(), m_loadedImages.end(), [&](const auto& entry) {
+        return entry.first.fileName(QUrl::FullyDecoded) == fileName;
+    });
+}
+
+MetadataReader::ImagePointer MetadataReader::imageNamed(const QString& fileName) const
+{
+    const auto it = findNamed(fileName);
+    return it == m_loadedImages.end() ? nullptr : it->second;
+}
+
+void MetadataReader::setImageNamed(const QString& fileName, ImagePointer image)
+{
+    const auto it = findNamed(fileName);
+    if (it != m_loadedImages.end())
+        setImage(it->first, std::move(image));
+}
+
+void MetadataReader::addURLs(const QList<QUrl>& urls)
+{
+    for (const QUrl& url : urls)
+        m_loadedImages.insert_or_assign(url, std::make_shared<ExifImage>(url));
+}
+
+void MetadataReader::addImages(const std::vector<ImagePointer>& images)
+{
+    for (const ImagePointer& image : images) {
+        if (!image)
+            continue;
+        if (const std::optional<QUrl> url = image->url())
+            m_loadedImages.insert_or_assign(*url, image);
+    }
+}
+
+void MetadataReader::read(const QStringList& tags, const QList<QUrl>& urls,
+                          const ReadCompletion& completion)
+{
+    QStringList arguments{QStringLiteral("-groupNames"), QStringLiteral("-json"),
+                          QStringLiteral("-ignoreMinorErrors"), QStringLiteral("-n")};
+    for (const QUrl& url : urls)
+        arguments << exiftoolPath(url);
+    for (const QString& tag : tags)
+        arguments << QLatin1Char('-') + tag;
+    m_exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
+        if (!result)
+            completion(std::unexpected(result.error().toError(ExiftoolTask::read)));
+        else
+            completion(store(result->response));
+    });
+}
+
+std::expected<QString, Error> MetadataReader::store(const QByteArray& answer)
+{
+    nlohmann::ordered_json json;
+    try {
+        json = nlohmann::ordered_json::parse(answer.cbegin(), answer.cend());
+    } catch (const nlohmann::ordered_json::parse_error& failure) {
+        return std::unexpected(exiftoolAnswerError(failure.what()));
+    }
+    const bool listOfObjects =
+        json.is_array() && std::all_of(json.begin(), json.end(),
+                                       [](const auto& element) { return element.is_object(); });
+    int count = 0;
+    if (listOfObjects) {
+        for (const nlohmann::ordered_json& object : json) {
+            const auto source = object.find(ExifImage::sourceFileKey.toStdString());
+            if (source == object.end() || !source->is_string())
+                continue;
+            // SourceFile stays a text, as exiftool gave it.
+            ExifImage::Metadata metadata;
+            for (const auto& [key, value] : object.items())
+                metadata.insert_or_assign(QString::fromStdString(key), dynamicValueFromJson(value));
+            const QUrl url =
+                QUrl::fromLocalFile(QString::fromStdString(source->get<std::string>()));
+            m_loadedImages.insert_or_assign(url, std::make_shared<ExifImage>(std::move(metadata)));
+            ++count;
+        }
+    }
+    return QStringLiteral("Read %1 new images").arg(count);
+}
+
+std::expected<void, Error> MetadataReader::writeJSON(const QString& path, bool sidecars)
+{
+    if (sidecars) {
+        // A SourceFile held as text is moved too: dropping it would leave
+        // exiftool unable to tell which file the values belong to.
+        for (const auto& entry : m_loadedImages) {
+            ExifImage& image = *entry.second;
+            if (const std::optional<QUrl> source = image.url())
+                image.metadata.insert_or_assign(ExifImage::sourceFileKey, sidecarUrl(*source));
+        }
+    }
+    nlohmann::ordered_json objects = nlohmann::ordered_json::array();
+    for (const auto& entry : m_loadedImages)
+        objects.push_back(entry.second->exiftoolJson());
+
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(folder))
+        return std::unexpected(
+            jsonFileError(JsonFileErrorCode::unwritable, path,
+                          QStringLiteral("The folder “%1” could not be created.").arg(folder)));
+    return writeJsonFile(objects, path);
+}
+
+void MetadataReader::writeImages(const QString& jsonPath, const MetadataCompletion& completion)
+{
+    write({jsonOption + jsonPath, QStringLiteral("-struct"), QStringLiteral("-ignoreMinorErrors")},
+          QStringLiteral("Finished writing images."), completion);
+}
+
+void MetadataReader::writeSidecars(const QString& jsonPath, const MetadataCompletion& completion)
+{
+    // Unlike the direct form, no -ignoreMinorErrors: a minor error fails a
+    // sidecar write. Kept on purpose.
+    write({jsonOption + jsonPath, QStringLiteral("-srcfile"), QStringLiteral("%d%f.xmp")},
+          QStringLiteral("Finished writing XMP sidecar files."), completion);
+}
+
+void MetadataReader::write(const QStringList& options, const QString& closingMessage,
+                           const MetadataCompletion& completion)
+{
+    QStringList arguments = options;
+    for (const auto& entry : m_loadedImages)
+        arguments << exiftoolPath(entry.first);
+    m_exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
+        if (!result) {
+            completion(std::unexpected(result.error().toError(ExiftoolTask::write)));
+            return;
+        }
+        if (m_verbose)
+            printResponse(result->response);
+        completion(closingMessage);
+    });
+}
+
+} // namespace qb

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "exif/metadatamanager.h"
+
+#include <QList>
+#include <QUrl>
+
+#include <map>
+
+namespace qb {
+
+// Moves images both ways across exiftool: read() turns exiftool's JSON answer
+// into images, the writes turn the held images into one JSON exchange file
+// that exiftool imports. This is the MetadataManager the queue writes through.
+//
+// Images are held by URL in URL order, so command lines and the exchange file
+// come out the same for the same set of images whatever order they came in.
+// The key is where an image was when it was added; it does not follow later
+// changes of its SourceFile. Not thread-safe: one operation at a time.
+class MetadataReader : public MetadataManager {
+public:
+    using ImagePointer = std::shared_ptr<ExifImage>;
+    using Images = std::map<QUrl, ImagePointer>;
+    using ReadCompletion = std::function<void(std::expected<QString, Error>)>;
+
+    // Runs the installed exiftool; `runner` replaces the system's in tests.
+    explicit MetadataReader(std::shared_ptr<ProcessRunner> runner = {});
+
+    ExifTool& exiftool() override { return m_exiftool; }
+    const ExifTool& exiftool() const override { return m_exiftool; }
+    void setExiftool(ExifTool exiftool) override { m_exiftool = std::move(exiftool); }
+    bool verbose() const override { return m_verbose; }
+    void setVerbose(bool verbose) override;
+
+    const Images& loadedImages() const { return m_loadedImages; }
+    QList<QUrl> urls() const;
+    std::vector<ImagePointer> images() const;
+
+    // Null when there is none; setting null removes the entry.
+    ImagePointer image(const QUrl& url) const;
+    void setImage(const QUrl& url, ImagePointer image);
+    // The first entry, in URL order, whose last path component is exactly
+    // `fileName`. Setting with no such entry does nothing.
+    ImagePointer imageNamed(const QString& fileName) const;
+    void setImageNamed(const QString& fileName, ImagePointer image);
+
+    // Reads `tags` (all tags when empty) of the files at `urls` and keeps an
+    // image for each object of exiftool's answer.
+    void read(const QStringList& tags, const QList<QUrl>& urls, const ReadCompletion& completion);
+    // A fresh image for each URL, replacing what was there.
+    void addURLs(const QList<QUrl>& urls);
+
+    void addImages(const std::vector<ImagePointer>& images) override;
+    void clear() override { m_loadedImages.clear(); }
+
+    // With `sidecars`, each image's SourceFile is first moved to its XMP
+    // sidecar, on the shared image itself, and stays so after the write.
+    std::expected<void, Error> writeJSON(const QString& path, bool sidecars) override;
+    void writeImages(const QString& jsonPath, const MetadataCompletion& completion) override;
+    void writeSidecars(const QString& jsonPath, const MetadataCompletion& completion) override;
+
+private:
+    void write(const QStringList& options, const QString& closingMessage,
+               const MetadataCompletion& completion);
+    Images::const_iterator findNamed(const QString& fileName) const;
+    std::expected<QString, Error> store(const QByteArray& answer);
+
+    ExifTool m_exiftool;
+    bool m_verbose = false;
+    Images m_loadedImages;
+};
+
+// The XMP sidecar beside a file: same folder and base name, extension xmp.
+QUrl sidecarUrl(const QUrl& url);
+
+} // namespace qb

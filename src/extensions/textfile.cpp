@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "textfile.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStringDecoder>
+
+#include <optional>
+
+namespace qb {
+
+namespace {
+
+struct ByteOrderMark {
+    QByteArray bytes;
+    QStringConverter::Encoding encoding;
+};
+
+// UTF-32 LE must be tried before UTF-16 LE: its mark begins with the other's.
+const ByteOrderMark byteOrderMarks[] = {
+    {QByteArray("\xFF\xFE\x00\x00", 4), QStringConverter::Utf32LE},
+    {QByteArray("\x00\x00\xFE\xFF", 4), QStringConverter::Utf32BE},
+    {QByteArray("\xEF\xBB\xBF", 3), QStringConverter::Utf8},
+    {QByteArray("\xFF\xFE", 2), QStringConverter::Utf16LE},
+    {QByteArray("\xFE\xFF", 2), QStringConverter::Utf16BE},
+};
+
+// Qt's UTF-16 decoder lets lone surrogates through; they are not text.
+bool hasUnpairedSurrogate(const QString& text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate())
+            ++i;
+        else if (text[i].isSurrogate())
+            return true;
+    }
+    return false;
+}
+
+std::optional<QString> strictDecode(QByteArrayView bytes, QStringConverter::Encoding encoding)
+{
+    QStringDecoder decoder(encoding, QStringConverter::Flag::Stateless);
+    QString text = decoder.decode(bytes);
+    if (decoder.hasError() || hasUnpairedSurrogate(text))
+        return std::nullopt;
+    return text;
+}
+
+// Text saved as UTF-16 without a mark: mostly Latin text leaves a zero byte
+// in every other place, on one side only.
+std::optional<QStringConverter::Encoding> unmarkedUtf16(QByteArrayView bytes)
+{
+    if (bytes.size() < 2 || bytes.size() % 2 != 0)
+        return std::nullopt;
+    qsizetype evenZeros = 0;
+    qsizetype oddZeros = 0;
+    for (qsizetype i = 0; i + 1 < bytes.size(); i += 2) {
+        evenZeros += bytes[i] == 0;
+        oddZeros += bytes[i + 1] == 0;
+    }
+    const qsizetype pairs = bytes.size() / 2;
+    if (oddZeros * 2 >= pairs && evenZeros == 0)
+        return QStringConverter::Utf16LE;
+    if (evenZeros * 2 >= pairs && oddZeros == 0)
+        return QStringConverter::Utf16BE;
+    return std::nullopt;
+}
+
+Error undeterminedEncoding(const QString& fileName)
+{
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.FileReadError");
+    error.code = 264;
+    error.errorDescription =
+        QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because "
+                       "the text encoding of its contents can\u2019t be "
+                       "determined.")
+            .arg(fileName);
+    error.failureReason = QStringLiteral(
+        "The file is not valid UTF-8 and has no byte order mark for UTF-16 or UTF-32.");
+    error.recoverySuggestion = QStringLiteral("Save the file as UTF-8 and try again.");
+    return error;
+}
+
+} // namespace
+
+Error fileReadError(const QString& path, const QString& systemReason, bool missing)
+{
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.FileReadError");
+    error.code = missing ? 260 : 257;
+    const QString name = QFileInfo(path).fileName();
+    error.errorDescription =
+        missing ? QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there "
+                                 "is no such file.")
+                      .arg(name)
+                : QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened.").arg(name);
+    error.failureReason = systemReason;
+    error.userInfo.insert(QStringLiteral("path"), path);
+    return error;
+}
+
+std::expected<QString, Error> decodeText(const QByteArray& bytes, const QString& fileName)
+{
+    for (const ByteOrderMark& mark : byteOrderMarks) {
+        if (bytes.startsWith(mark.bytes)) {
+            if (auto text =
+                    strictDecode(QByteArrayView(bytes).sliced(mark.bytes.size()), mark.encoding))
+                return *text;
+            return std::unexpected(undeterminedEncoding(fileName));
+        }
+    }
+    if (auto text = strictDecode(bytes, QStringConverter::Utf8))
+        return *text;
+    if (const auto encoding = unmarkedUtf16(bytes)) {
+        if (auto text = strictDecode(bytes, *encoding))
+            return *text;
+    }
+    return std::unexpected(undeterminedEncoding(fileName));
+}
+
+std::expected<QString, Error> readTextFile(const QString& path)
+{
+    QFile file(path);
+    const QFileInfo info(path);
+    if (!info.exists())
+        return std::unexpected(fileReadError(path, QStringLiteral("No such file."), true));
+    if (info.isDir())
+        return std::unexpected(fileReadError(path, QStringLiteral("It is a folder."), false));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::unexpected(fileReadError(path, file.errorString(), false));
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return std::unexpected(fileReadError(path, file.errorString(), false));
+    return decodeText(bytes, info.fileName());
+}
+
+} // namespace qb

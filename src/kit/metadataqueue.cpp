@@ -1,0 +1,388 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "metadataqueue.h"
+
+#include "exif/exiftool.h"
+#include "exif/metadatareader.h"
+#include "extensions/icustring.h"
+#include "extensions/log.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include <unicode/datefmt.h>
+
+#include <array>
+
+namespace qb {
+
+namespace {
+
+QString defaultDateText(const QDateTime& date)
+{
+    return DynamicValue(date).description();
+}
+
+QString shortTimeText(const QDateTime& date)
+{
+    std::unique_ptr<icu::DateFormat> formatter(
+        icu::DateFormat::createTimeInstance(icu::DateFormat::kShort, icu::Locale::getDefault()));
+    if (!formatter)
+        return date.toLocalTime().toString(QStringLiteral("HH:mm"));
+    icu::UnicodeString text;
+    formatter->format(UDate(date.toMSecsSinceEpoch()), text);
+    return fromIcu(text);
+}
+
+std::array<std::unique_ptr<MetadataQueue>, 3>& sharedQueues()
+{
+    static std::array<std::unique_ptr<MetadataQueue>, 3> queues;
+    return queues;
+}
+
+void releaseSharedQueues()
+{
+    for (auto& queue : sharedQueues())
+        queue.reset();
+}
+
+Error captureOneUnavailable()
+{
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.MetadataQueue.WriteError");
+    error.code = 0;
+    error.errorDescription = QStringLiteral("Writing to Capture One is not available yet.");
+    error.failureReason =
+        QStringLiteral("This build of Quillbrook can't send values to Capture One.");
+    error.recoverySuggestion = QStringLiteral("Choose direct or XMP sidecar writing instead.");
+    return error;
+}
+
+} // namespace
+
+std::optional<MetadataQueue::WriteMethod> MetadataQueue::writeMethodFromRawValue(int raw)
+{
+    if (raw < 0 || raw > 2)
+        return std::nullopt;
+    return static_cast<WriteMethod>(raw);
+}
+
+MetadataQueue::WriteMethod MetadataQueue::writeMethodFromPreference(int raw)
+{
+    if (raw == 0)
+        return WriteMethod::direct;
+    if (raw == 2)
+        return WriteMethod::captureOne;
+    return WriteMethod::xmp;
+}
+
+QString MetadataQueue::caseName(WriteMethod method)
+{
+    switch (method) {
+    case WriteMethod::direct:
+        return QStringLiteral("direct");
+    case WriteMethod::xmp:
+        return QStringLiteral("xmp");
+    case WriteMethod::captureOne:
+        return QStringLiteral("captureOne");
+    }
+    return {};
+}
+
+MetadataQueue& MetadataQueue::shared(WriteMethod method)
+{
+    auto& slot = sharedQueues()[static_cast<std::size_t>(method)];
+    if (!slot) {
+        static const bool cleanupRegistered = [] {
+            // The worker threads must end while Qt is still up.
+            qAddPostRoutine(releaseSharedQueues);
+            return true;
+        }();
+        Q_UNUSED(cleanupRegistered);
+        slot = std::make_unique<MetadataQueue>(method, 60.0, true);
+    }
+    return *slot;
+}
+
+void MetadataQueue::replaceShared(WriteMethod method, std::unique_ptr<MetadataQueue> queue)
+{
+    sharedQueues()[static_cast<std::size_t>(method)] = std::move(queue);
+}
+
+MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBundle,
+                             std::unique_ptr<MetadataManager> writer, Clock clock)
+    : m_writeMethod(method)
+    , m_timerBuffer(timerBuffer)
+    , m_clock(std::move(clock))
+    , m_exifWriter(writer ? std::move(writer) : std::make_unique<MetadataReader>())
+    , m_worker(new QObject)
+{
+    m_thread.setObjectName(QStringLiteral("QuillbrookKitMetadata"));
+    m_worker->moveToThread(&m_thread);
+    connect(&m_thread, &QThread::finished, m_worker, &QObject::deleteLater);
+    m_thread.start(QThread::LowPriority);
+
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        qbPrint(QStringLiteral("MetadataQueue timer block has been called"));
+        write();
+    });
+    if (useBundle)
+        useBundleExifTool();
+}
+
+MetadataQueue::~MetadataQueue()
+{
+    // A write in progress finishes first; its completion is dropped with us.
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void MetadataQueue::setPaused(bool paused)
+{
+    m_isPaused = paused;
+    if (paused)
+        invalidateTimer();
+    else
+        createTimer();
+}
+
+MetadataQueue::ImageMap MetadataQueue::imageQueue() const
+{
+    const QMutexLocker locker(&m_imagesMutex);
+    return m_imageQueue;
+}
+
+int MetadataQueue::imageCount() const
+{
+    const QMutexLocker locker(&m_imagesMutex);
+    return int(m_imageQueue.size());
+}
+
+std::optional<QString> MetadataQueue::statusText() const
+{
+    if (!m_fireDate)
+        return std::nullopt;
+    const int count = imageCount();
+    QString how;
+    switch (m_writeMethod) {
+    case WriteMethod::direct:
+        how = QStringLiteral("directly");
+        break;
+    case WriteMethod::xmp:
+        how = QStringLiteral("as XMP sidecar files");
+        break;
+    case WriteMethod::captureOne:
+        how = QStringLiteral("using Capture One");
+        break;
+    }
+    return QStringLiteral("Writing %1 %2 %3 at %4.")
+        .arg(count)
+        .arg(count == 1 ? QStringLiteral("item") : QStringLiteral("items"), how,
+             shortTimeText(*m_fireDate));
+}
+
+std::optional<QString> MetadataQueue::bundleExifToolPath()
+{
+    QStringList candidates;
+    const QString fromEnvironment = qEnvironmentVariable("QUILLBROOK_EXIFTOOL");
+    if (!fromEnvironment.isEmpty())
+        candidates << fromEnvironment;
+    if (QCoreApplication::instance()) {
+        const QString dir = QCoreApplication::applicationDirPath();
+        candidates << dir + QStringLiteral("/exiftool")
+                   << QDir::cleanPath(dir + QStringLiteral("/../libexec/quillbrook/exiftool"));
+    }
+    for (const QString& candidate : candidates) {
+        const QFileInfo info(candidate);
+        if (info.isFile() && info.isExecutable())
+            return info.absoluteFilePath();
+    }
+    return std::nullopt;
+}
+
+void MetadataQueue::useBundleExifTool()
+{
+    if (const auto bundled = bundleExifToolPath()) {
+        setExiftoolLocation(*bundled);
+        return;
+    }
+    const QString installed = installedExiftoolPath();
+    qbPrint(QStringLiteral("Could not locate ExifTool in main bundle. Defaulting to '%1'")
+                .arg(installed));
+    setExiftoolLocation(installed);
+}
+
+void MetadataQueue::useInstalledExifTool()
+{
+    setExiftoolLocation(installedExiftoolPath());
+}
+
+void MetadataQueue::setExiftoolLocation(const QString& path)
+{
+    const QMutexLocker locker(&m_writerMutex);
+    m_exifWriter->exiftool().setExiftoolLocation(path);
+}
+
+QString MetadataQueue::exiftoolLocation() const
+{
+    const QMutexLocker locker(&m_writerMutex);
+    return m_exifWriter->exiftool().exiftoolLocation();
+}
+
+void MetadataQueue::invalidateTimer()
+{
+    qbPrint(QStringLiteral("Invalidating timer with %1 queued items").arg(imageCount()));
+    m_timer.stop();
+    m_fireDate.reset();
+}
+
+void MetadataQueue::createTimer()
+{
+    invalidateTimer();
+    const int count = imageCount();
+    if (count == 0) {
+        qbPrint(QStringLiteral("Queue is empty, no need to create a timer"));
+        return;
+    }
+    qbPrint(QStringLiteral("Creating timer for %1 queued items").arg(count));
+    const qint64 msecs = qint64(m_timerBuffer * 1000.0);
+    m_fireDate = m_clock().addMSecs(msecs);
+    m_timer.start(std::chrono::milliseconds(msecs));
+}
+
+void MetadataQueue::addImages(const ImageProvider& provider, const MetadataSource& source,
+                              std::vector<MetadataMapping> mappings)
+{
+    enqueue(mapImages(provider, source, mappings));
+}
+
+void MetadataQueue::enqueue(const ExifImages& images)
+{
+    {
+        const QMutexLocker locker(&m_imagesMutex);
+        for (const auto& image : images) {
+            if (const std::optional<QUrl> url = image->url())
+                m_imageQueue.insert_or_assign(*url, image);
+        }
+    }
+    createTimer();
+    qbPrint(QStringLiteral("Enqueueing %1 new image(s)\nQueue now contains %2 images")
+                .arg(images.size())
+                .arg(imageCount()));
+    if (m_fireDate)
+        qbPrint(QStringLiteral("Timer will fire at %1").arg(defaultDateText(*m_fireDate)));
+}
+
+void MetadataQueue::clearQueue()
+{
+    {
+        const QMutexLocker locker(&m_imagesMutex);
+        qbPrint(QStringLiteral("Clearing queue with %1 items").arg(m_imageQueue.size()));
+        m_imageQueue.clear();
+    }
+    invalidateTimer();
+}
+
+void MetadataQueue::write()
+{
+    write([](const WriteResult& result) {
+        qbPrint(result ? QStringLiteral("Write was a success") : result.error().errorDescription);
+    });
+}
+
+void MetadataQueue::write(Completion completion)
+{
+    QMetaObject::invokeMethod(
+        m_worker, [this, completion = std::move(completion)] { writeBody(completion); },
+        Qt::QueuedConnection);
+}
+
+QString MetadataQueue::exchangeFilePath() const
+{
+    // One folder per process and method: two queues, or two processes run
+    // by a script, must never write over each other's exchange file.
+    const QString folder = QStringLiteral("quillbrook-%1-%2")
+                               .arg(QCoreApplication::applicationPid())
+                               .arg(caseName(m_writeMethod));
+    return QDir(QDir::tempPath()).filePath(folder + QStringLiteral("/QuillbrookMetadata.json"));
+}
+
+void MetadataQueue::writeBody(const Completion& completion)
+{
+    const QDateTime start = m_clock();
+    qbLog(QStringLiteral("Writing metadata via %1 at %2")
+              .arg(caseName(m_writeMethod), defaultDateText(start)));
+    // The batch is the queue as it stands now; later arrivals wait.
+    const ImageMap batch = imageQueue();
+    const auto continuation = [this, start, batch, completion](const WriteResult& result) {
+        finishWrite(result, start, batch, completion);
+    };
+    switch (m_writeMethod) {
+    case WriteMethod::direct:
+        writeWithExifTool(false, batch, continuation);
+        break;
+    case WriteMethod::xmp:
+        writeWithExifTool(true, batch, continuation);
+        break;
+    case WriteMethod::captureOne:
+        continuation(std::unexpected(captureOneUnavailable()));
+        break;
+    }
+}
+
+void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
+                                      const std::function<void(const WriteResult&)>& continuation)
+{
+    const QMutexLocker locker(&m_writerMutex);
+    const QString file = exchangeFilePath();
+    m_exifWriter->clear();
+    ExifImages images;
+    images.reserve(batch.size());
+    for (const auto& entry : batch)
+        images.push_back(entry.second);
+    m_exifWriter->addImages(images);
+    if (auto written = m_exifWriter->writeJSON(file, sidecars); !written) {
+        continuation(std::unexpected(written.error()));
+        return;
+    }
+    if (sidecars)
+        m_exifWriter->writeSidecars(file, continuation);
+    else
+        m_exifWriter->writeImages(file, continuation);
+}
+
+void MetadataQueue::finishWrite(const WriteResult& result, const QDateTime& start,
+                                const ImageMap& batch, const Completion& completion)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this, result, start, batch, completion] {
+            if (result) {
+                // Only what this write took leaves the queue: an image that
+                // arrived, or arrived again, while exiftool ran stays.
+                int taken = 0;
+                {
+                    const QMutexLocker locker(&m_imagesMutex);
+                    for (const auto& [url, image] : batch) {
+                        const auto it = m_imageQueue.find(url);
+                        if (it != m_imageQueue.end() && it->second == image) {
+                            m_imageQueue.erase(it);
+                            ++taken;
+                        }
+                    }
+                }
+                qbPrint(QStringLiteral("Clearing queue with %1 items").arg(taken));
+                if (imageCount() > 0)
+                    createTimer();
+                else
+                    invalidateTimer();
+            }
+            const double seconds = double(start.msecsTo(m_clock())) / 1000.0;
+            qbLog(QStringLiteral("Write finished after %1 seconds").arg(seconds));
+            completion(result);
+        },
+        Qt::QueuedConnection);
+}
+
+} // namespace qb

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+namespace qb::test {
+
+struct CliResult {
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+// Runs the built quillbrook-cli with the arguments, as a script would.
+inline CliResult runCli(const QStringList& arguments, const QString& workingDirectory = {},
+                        const QByteArray& input = {})
+{
+    QProcess process;
+    process.setProgram(QStringLiteral(QB_CLI_PATH));
+    process.setArguments(arguments);
+    if (!workingDirectory.isEmpty())
+        process.setWorkingDirectory(workingDirectory);
+    process.start();
+    if (!process.waitForStarted(10000))
+        return {};
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(120000)) {
+        process.kill();
+        process.waitForFinished();
+        ADD_FAILURE() << "quillbrook-cli did not finish";
+    }
+    CliResult result;
+    result.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    result.out = QString::fromUtf8(process.readAllStandardOutput());
+    result.err = QString::fromUtf8(process.readAllStandardError());
+    return result;
+}
+
+} // namespace qb::test

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "clirunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+using namespace qb::test;
+
+namespace {
+
+class CsvCommands : public ::testing::Test {
+protected:
+    QString write(const QString& name, const QByteArray& bytes)
+    {
+        const QString path = m_dir.filePath(name);
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return path;
+    }
+
+    QJsonDocument json(const CliResult& result)
+    {
+        QJsonParseError error;
+        const QJsonDocument document = QJsonDocument::fromJson(result.out.toUtf8(), &error);
+        EXPECT_EQ(error.error, QJsonParseError::NoError) << result.out.toStdString();
+        return document;
+    }
+
+    QTemporaryDir m_dir;
+};
+
+TEST_F(CsvCommands, PrintsHeadersAndRowsAsTheDataSourceReadsThem)
+{
+    const QString path = write("a.csv", "id,name\r\nA1,\"x, \"\"y\"\"\"\r\nB2,\r\n");
+    const CliResult result = runCli({"csv", path});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(
+        json(result).object(),
+        QJsonDocument::fromJson(R"({"headers":["id","name"],"rows":[["A1","x, \"y\""],["B2",""]]})")
+            .object());
+}
+
+TEST_F(CsvCommands, KeyPrintsTheTable)
+{
+    const QString path = write("a.csv", "id,name\nB2,b\nA1,a\nA1,again\n");
+    const CliResult result = runCli({"csv", "--key", "id", path});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(json(result).object(),
+              QJsonDocument::fromJson(R"({"keyNames":["id","name"],"keys":["A1","B2"],
+                  "metadata":{"A1":{"id":"A1","name":"again"},"B2":{"id":"B2","name":"b"}}})")
+                  .object());
+}
+
+TEST_F(CsvCommands, ReaderOptionsGoToTheReader)
+{
+    const QString path = write("a.csv", "a;b|1; 2 |");
+    const CliResult result = runCli({"csv", "--field-delimiter", ";", "--row-delimiter", "|",
+                                     "--trim", " ", "--no-header", path});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(json(result).object(),
+              QJsonDocument::fromJson(R"({"headers":[],"rows":[["a","b"],["1","2"]]})").object());
+}
+
+struct CsvErrorCase {
+    const char* name;
+    QStringList arguments; // FILE is appended
+    QByteArray content;
+    int status;
+    const char* errContains;
+};
+
+TEST_F(CsvCommands, ErrorsExitWithClearTexts)
+{
+    const CsvErrorCase cases[] = {
+        {"field_count", {"csv"}, "a,b\n1,2,3\n", 2, "[CSVReader]"},
+        {"duplicate_header", {"csv"}, "a,a\n1,2\n", 2, "[CSVReader]"},
+        {"not_text", {"csv"}, QByteArray("a,b\n\xff\xfe\xfa\x00\x01", 9), 2, "text encoding"},
+        {"unknown_key", {"csv", "--key", "nope"}, "a,b\n1,2\n", 2, "no column named 'nope'"},
+        {"unknown_encoding",
+         {"csv", "--encoding", "ebcdic"},
+         "a\n",
+         2,
+         "unknown encoding 'ebcdic'"},
+    };
+    for (const CsvErrorCase& c : cases) {
+        SCOPED_TRACE(c.name);
+        QStringList arguments = c.arguments;
+        arguments << write(QString::fromUtf8(c.name) + ".csv", c.content);
+        const CliResult result = runCli(arguments);
+        EXPECT_EQ(result.status, c.status);
+        EXPECT_TRUE(result.err.contains(QString::fromUtf8(c.errContains)))
+            << result.err.toStdString();
+        EXPECT_TRUE(result.out.isEmpty());
+    }
+    const CliResult missing = runCli({"csv", m_dir.filePath("none.csv")});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_TRUE(missing.err.contains("there is no such file")) << missing.err.toStdString();
+}
+
+class AssignDryRun : public CsvCommands {
+protected:
+    void SetUp() override
+    {
+        for (const char* name : {"shoot/A1_1.jpg", "shoot/sub/A1_2.jpg", "shoot/B2.jpg",
+                                 "shoot/C3.jpg", "shoot/notes.txt"})
+            write(name, QByteArray());
+        for (const char* name :
+             {"shoot/A1_1.jpg", "shoot/sub/A1_2.jpg", "shoot/B2.jpg", "shoot/C3.jpg"}) {
+            QImage image(8, 8, QImage::Format_RGB32);
+            image.fill(Qt::red);
+            ASSERT_TRUE(image.save(m_dir.filePath(name), "JPEG"));
+        }
+        m_csv = write("data.csv", "id,title,tags\nA1,hello,a;b\nB2,bye,\n");
+        m_mappings = write("mappings.json", R"([
+            {"keyName":"title","destTag":"XMP:Title","actions":{"mappers":[
+                {"attributes":{"transformation":"uppercase"},"type":"stringCase"}]}},
+            {"keyName":"tags","destTag":"XMP:Subject","actions":{"mappers":[
+                {"attributes":{"delimiter":";"},"type":"array"}]}}])");
+    }
+    QString m_csv;
+    QString m_mappings;
+};
+
+TEST_F(AssignDryRun, PrintsTheBatchForExiftool)
+{
+    const CliResult result = runCli({"assign", "--dry-run", "--mappings", m_mappings, "--csv",
+                                     m_csv, "--key", "id", m_dir.filePath("shoot")});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    QJsonArray batch = json(result).array();
+    ASSERT_EQ(batch.size(), 3);
+    std::map<QString, QJsonObject> bySource;
+    for (const auto& entry : batch)
+        bySource[entry.toObject()["SourceFile"].toString()] = entry.toObject();
+    const QJsonObject a1 = bySource.at(m_dir.filePath("shoot/sub/A1_2.jpg"));
+    EXPECT_EQ(a1["XMP:Title"].toString(), "HELLO");
+    EXPECT_EQ(a1["XMP:Subject"].toArray(), QJsonArray({"a", "b"}));
+    const QJsonObject b2 = bySource.at(m_dir.filePath("shoot/B2.jpg"));
+    EXPECT_EQ(b2["XMP:Subject"].toArray(), QJsonArray({""}));
+    EXPECT_EQ(batch[0].toObject().keys().size(), 3);
+}
+
+TEST_F(AssignDryRun, MatchStyleAndErrors)
+{
+    const QStringList base = {"assign", "--dry-run", "--mappings", m_mappings,
+                              "--csv",  m_csv,       "--key",      "id"};
+    const CliResult equals =
+        runCli(base + QStringList{"--match", "equals", m_dir.filePath("shoot")});
+    ASSERT_EQ(equals.status, 0) << equals.err.toStdString();
+    EXPECT_EQ(json(equals).array().size(), 1);
+
+    struct Case {
+        const char* name;
+        QStringList arguments;
+        int status;
+        const char* errContains;
+    };
+    const Case cases[] = {
+        {"missing_key",
+         {"assign", "--dry-run", "--mappings", m_mappings, "--csv", m_csv, m_dir.path()},
+         2,
+         "assign needs --key"},
+        {"bad_style", base + QStringList{"--match", "fuzzy", m_dir.path()}, 2,
+         "unknown matching style 'fuzzy'"},
+        {"no_paths", base, 2, "at least one image"},
+        {"unknown_column",
+         {"assign", "--dry-run", "--mappings", m_mappings, "--csv", m_csv, "--key", "ID",
+          m_dir.path()},
+         2,
+         "no column named 'ID'"},
+        {"bad_mappings",
+         {"assign", "--dry-run", "--mappings",
+          write(
+              "bad.json",
+              R"([{"keyName":"a","destTag":"b","actions":{"mappers":[{"type":"x","attributes":{}}]}}])"),
+          "--csv", m_csv, "--key", "id", m_dir.path()},
+         2,
+         "unknown mapper type \"x\""},
+        {"mappings_not_json",
+         {"assign", "--dry-run", "--mappings", write("bad2.json", "[{"), "--csv", m_csv, "--key",
+          "id", m_dir.path()},
+         2,
+         "bad2.json"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const CliResult result = runCli(c.arguments);
+        EXPECT_EQ(result.status, c.status);
+        EXPECT_TRUE(result.err.contains(QString::fromUtf8(c.errContains)))
+            << result.err.toStdString();
+        EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    }
+}
+
+} // namespace

@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "kit/metadataqueue.h"
+
+#include "exif/metadatareader.h"
+#include "extensions/log.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QRegularExpression>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+
+using namespace qb;
+using Method = MetadataQueue::WriteMethod;
+
+namespace {
+
+QCoreApplication& application()
+{
+    static int argc = 1;
+    static char name[] = "qb_kit_tests";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication* app = new QCoreApplication(argc, argv);
+    return *app;
+}
+
+// Stands in for exiftool: records each command line, answers as told, and
+// can hold a run until the test lets it go.
+class FakeRunner : public ProcessRunner {
+public:
+    ProcessRunResult run(const QString& program, const QStringList& arguments) override
+    {
+        std::unique_lock lock(m_mutex);
+        m_calls.push_back(arguments);
+        m_started = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return !m_hold; });
+        Q_UNUSED(program);
+        return m_outcome;
+    }
+    qint64 commandLineLimit() const override { return 1 << 20; }
+
+    void hold()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_hold = true;
+    }
+    void waitUntilStarted()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_started; });
+    }
+    void release()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_hold = false;
+        m_changed.notify_all();
+    }
+    void fail(int status, const QByteArray& standardError)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_outcome = ProcessOutcome{status, false, {}, standardError};
+    }
+    std::vector<QStringList> calls()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_calls;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_hold = false;
+    bool m_started = false;
+    ProcessOutcome m_outcome;
+    std::vector<QStringList> m_calls;
+};
+
+std::shared_ptr<ExifImage> image(const QString& path, const QString& title)
+{
+    auto result = std::make_shared<ExifImage>(QUrl::fromLocalFile(path));
+    result->metadata["XMP:Title"] = title;
+    return result;
+}
+
+class MetadataQueueTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        application();
+        setPrintSink([this](const QString& text) { m_printed << text; });
+        setLogSink([this](const QString& text) { m_logged << text; });
+    }
+    void TearDown() override
+    {
+        setPrintSink({});
+        setLogSink({});
+    }
+
+    std::unique_ptr<MetadataQueue> makeQueue(Method method, double timerBuffer = 60.0)
+    {
+        auto writer = std::make_unique<MetadataReader>(m_runner);
+        auto queue =
+            std::make_unique<MetadataQueue>(method, timerBuffer, false, std::move(writer),
+                                            [] { return QDateTime::currentDateTimeUtc(); });
+        queue->setExiftoolLocation(QStringLiteral("/bin/true")); // exists and runs; never started
+        return queue;
+    }
+
+    // Waits for the write's completion on the main thread, never for ever.
+    MetadataQueue::WriteResult writeAndWait(MetadataQueue& queue)
+    {
+        std::optional<MetadataQueue::WriteResult> outcome;
+        QEventLoop loop;
+        queue.write([&](const MetadataQueue::WriteResult& result) {
+            outcome = result;
+            loop.quit();
+        });
+        QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+        loop.exec();
+        EXPECT_TRUE(outcome.has_value()) << "no completion within 10 s";
+        return outcome.value_or(std::unexpected(Error{}));
+    }
+
+    std::shared_ptr<FakeRunner> m_runner = std::make_shared<FakeRunner>();
+    QStringList m_printed;
+    QStringList m_logged;
+};
+
+TEST_F(MetadataQueueTest, DirectWriteRunsExiftoolOnceWithTheExactArguments)
+{
+    auto queue = makeQueue(Method::direct);
+    queue->enqueue({image("/shots/b c.jpg", "b"), image("/shots/a.jpg", "a")});
+    const auto result = writeAndWait(*queue);
+    ASSERT_TRUE(result.has_value()) << result.error().message().toStdString();
+    EXPECT_EQ(*result, "Finished writing images.");
+
+    const auto calls = m_runner->calls();
+    ASSERT_EQ(calls.size(), 1u);
+    const QStringList& arguments = calls.front();
+    ASSERT_EQ(arguments.size(), 6);
+    EXPECT_TRUE(arguments[0].startsWith("-json=") &&
+                arguments[0].endsWith("/QuillbrookMetadata.json"));
+    EXPECT_EQ(arguments.mid(1), QStringList({"-struct", "-ignoreMinorErrors", "/shots/a.jpg",
+                                             "/shots/b c.jpg", "-overwrite_original"}));
+    EXPECT_EQ(queue->imageCount(), 0);
+    EXPECT_FALSE(queue->hasTimer());
+    EXPECT_TRUE(m_logged.first().startsWith("Writing metadata via direct at "));
+    EXPECT_TRUE(m_logged.last().startsWith("Write finished after "));
+}
+
+TEST_F(MetadataQueueTest, XmpWriteNamesTheSidecarsInTheExchangeFile)
+{
+    auto queue = makeQueue(Method::xmp);
+    const auto raw = image("/shots/A1.CR3", "x");
+    queue->enqueue({raw});
+    ASSERT_TRUE(writeAndWait(*queue).has_value());
+    const QStringList arguments = m_runner->calls().front();
+    EXPECT_EQ(arguments.mid(1),
+              QStringList({"-srcfile", "%d%f.xmp", "/shots/A1.CR3", "-overwrite_original"}));
+    EXPECT_EQ(raw->url(), QUrl::fromLocalFile("/shots/A1.xmp"));
+}
+
+TEST_F(MetadataQueueTest, FailureKeepsEveryImageAndTheTimer)
+{
+    auto queue = makeQueue(Method::direct);
+    m_runner->fail(1, "Error: File not found - /shots/gone.jpg\n");
+    queue->enqueue({image("/shots/a.jpg", "a"), image("/shots/gone.jpg", "b")});
+    const auto result = writeAndWait(*queue);
+    ASSERT_FALSE(result.has_value());
+    EXPECT_TRUE(result.error().message().contains("File not found - /shots/gone.jpg"))
+        << result.error().message().toStdString();
+    EXPECT_EQ(queue->imageCount(), 2);
+    EXPECT_TRUE(queue->hasTimer()); // the enqueue's timer retries later
+    EXPECT_TRUE(queue->statusText().has_value());
+}
+
+TEST_F(MetadataQueueTest, MissingExiftoolIsReportedWithItsPath)
+{
+    auto queue = makeQueue(Method::xmp);
+    queue->setExiftoolLocation("/nowhere/exiftool");
+    queue->enqueue({image("/shots/a.jpg", "a")});
+    const auto result = writeAndWait(*queue);
+    ASSERT_FALSE(result.has_value());
+    EXPECT_TRUE(result.error().message().contains("exiftool not found at /nowhere/exiftool"));
+    EXPECT_EQ(queue->imageCount(), 1);
+    EXPECT_TRUE(m_runner->calls().empty());
+}
+
+TEST_F(MetadataQueueTest, ImagesEnqueuedDuringAWriteStayQueued)
+{
+    auto queue = makeQueue(Method::direct);
+    const auto first = image("/shots/a.jpg", "a");
+    queue->enqueue({first, image("/shots/b.jpg", "b")});
+    m_runner->hold();
+    std::optional<MetadataQueue::WriteResult> outcome;
+    QEventLoop loop;
+    queue->write([&](const MetadataQueue::WriteResult& result) {
+        outcome = result;
+        loop.quit();
+    });
+    m_runner->waitUntilStarted();
+    // While exiftool runs: one new image, and a new version of one in the batch.
+    const auto late = image("/shots/c.jpg", "c");
+    const auto again = image("/shots/b.jpg", "b2");
+    queue->enqueue({late, again});
+    m_runner->release();
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    loop.exec();
+    ASSERT_TRUE(outcome && outcome->has_value());
+
+    const auto pending = queue->imageQueue();
+    ASSERT_EQ(pending.size(), 2u);
+    EXPECT_EQ(pending.at(QUrl::fromLocalFile("/shots/c.jpg")), late);
+    EXPECT_EQ(pending.at(QUrl::fromLocalFile("/shots/b.jpg")), again);
+    EXPECT_TRUE(queue->hasTimer()); // re-armed for what is left
+}
+
+TEST_F(MetadataQueueTest, TimerWritesByItselfAndPauseStopsIt)
+{
+    auto queue = makeQueue(Method::direct, 0.05);
+    queue->setPaused(true);
+    queue->enqueue({image("/shots/a.jpg", "a")}); // an enqueue arms it even while paused
+    EXPECT_TRUE(queue->hasTimer());
+    queue->setPaused(true);
+    EXPECT_FALSE(queue->hasTimer());
+    queue->setPaused(false);
+    ASSERT_TRUE(queue->hasTimer());
+
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (queue->imageCount() == 0)
+            loop.quit();
+    });
+    poll.start(10);
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    loop.exec();
+    EXPECT_EQ(queue->imageCount(), 0);
+    EXPECT_EQ(m_runner->calls().size(), 1u);
+    EXPECT_TRUE(m_printed.contains("MetadataQueue timer block has been called"));
+}
+
+TEST_F(MetadataQueueTest, EnqueueReplacesByUrlAndSaysSo)
+{
+    auto queue = makeQueue(Method::direct);
+    queue->enqueue({});
+    EXPECT_EQ(m_printed, QStringList({"Invalidating timer with 0 queued items",
+                                      "Queue is empty, no need to create a timer",
+                                      "Enqueueing 0 new image(s)\nQueue now contains 0 images"}));
+    EXPECT_FALSE(queue->statusText().has_value());
+
+    const auto later = image("/shots/a.jpg", "second");
+    auto noUrl = std::make_shared<ExifImage>(ExifImage::Metadata{{"XMP:Title", "x"}});
+    queue->enqueue({image("/shots/a.jpg", "first"), later, noUrl});
+    EXPECT_EQ(queue->imageCount(), 1);
+    EXPECT_EQ(queue->imageQueue().begin()->second, later);
+    EXPECT_TRUE(m_printed.contains("Enqueueing 3 new image(s)\nQueue now contains 1 images"));
+    EXPECT_TRUE(m_printed.contains("Creating timer for 1 queued items"));
+    EXPECT_TRUE(m_printed.last().startsWith("Timer will fire at "));
+    const QRegularExpression status("^Writing 1 item directly at .+\\.$");
+    EXPECT_TRUE(status.match(queue->statusText().value_or("")).hasMatch());
+
+    queue->clearQueue();
+    EXPECT_EQ(queue->imageCount(), 0);
+    EXPECT_FALSE(queue->hasTimer());
+}
+
+TEST_F(MetadataQueueTest, WriteMethodsFromPreferences)
+{
+    const std::pair<int, Method> cases[] = {{0, Method::direct},
+                                            {1, Method::xmp},
+                                            {2, Method::captureOne},
+                                            {5, Method::xmp},
+                                            {-1, Method::xmp}};
+    for (const auto& [raw, method] : cases) {
+        SCOPED_TRACE(raw);
+        EXPECT_EQ(MetadataQueue::writeMethodFromPreference(raw), method);
+    }
+    EXPECT_FALSE(MetadataQueue::writeMethodFromRawValue(3).has_value());
+
+    auto queue = makeQueue(Method::captureOne);
+    queue->enqueue({image("/shots/a.jpg", "a")});
+    const auto result = writeAndWait(*queue);
+    ASSERT_FALSE(result.has_value());
+    EXPECT_EQ(queue->imageCount(), 1);
+}
+
+} // namespace
