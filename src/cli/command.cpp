@@ -23,9 +23,13 @@ void printUsage(QTextStream& stream)
 
 void printError(Streams& streams, const QString& message)
 {
-    QString line = message;
-    line.replace(QLatin1Char('\n'), QLatin1Char(' '));
-    streams.err << programName << ": " << line << '\n';
+    // One line, whatever the texts held: exiftool's report comes as lines.
+    QStringList parts;
+    for (const QString& part : message.split(QLatin1Char('\n'))) {
+        if (!part.trimmed().isEmpty())
+            parts << part.trimmed();
+    }
+    streams.err << programName << ": " << parts.join(QStringLiteral("; ")) << '\n';
     streams.err.flush();
 }
 

@@ -2,6 +2,7 @@
 #include "assigncommand.h"
 #include "command.h"
 #include "csvcommand.h"
+#include "readcommand.h"
 
 namespace qb::cli {
 
@@ -12,6 +13,8 @@ const std::vector<Command>& commands()
          assignCommand},
         {QStringLiteral("csv"), QStringLiteral("Show a CSV file as Quillbrook reads it."),
          csvCommand},
+        {QStringLiteral("read"), QStringLiteral("Print the metadata of images as JSON."),
+         readCommand},
     };
     return all;
 }

@@ -44,6 +44,14 @@ ExifImage::Metadata ExifImage::exiftoolRepresentation() const
                 UErrorCode status = U_ZERO_ERROR;
                 formatter = std::make_unique<icu::SimpleDateFormat>(
                     toIcu(datePattern), icu::Locale::getDefault(), status);
+                // ICU without its locale data can't build any formatter;
+                // then the plain description is the best text there is.
+                if (U_FAILURE(status))
+                    formatter.reset();
+            }
+            if (!formatter) {
+                representation.emplace(key, value.description());
+                continue;
             }
             icu::UnicodeString text;
             formatter->format(UDate(value.toDate().toMSecsSinceEpoch()), text);

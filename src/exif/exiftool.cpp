@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "exiftool.h"
 
+#include "extensions/log.h"
 #include "extensions/process.h"
 
 #include <QDir>
@@ -18,12 +19,10 @@ const QString configOption = QStringLiteral("-config");
 const QString overwriteOption = QStringLiteral("-overwrite_original");
 const QString localExiftool = QStringLiteral("/usr/local/bin/exiftool");
 
+// The standard output channel, which a front end may send elsewhere.
 void printLine(const QByteArray& bytes)
 {
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
-    std::fputc('\n', stdout);
-    // exiftool may write to the same terminal: keep our lines before its.
-    std::fflush(stdout);
+    qbPrint(QString::fromUtf8(bytes));
 }
 
 // exiftool takes each line of an argument file as one argument, but strips

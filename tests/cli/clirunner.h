@@ -17,7 +17,7 @@ struct CliResult {
 
 // Runs the built quillbrook-cli with the arguments, as a script would.
 inline CliResult runCli(const QStringList& arguments, const QString& workingDirectory = {},
-                        const QByteArray& input = {})
+                        const QByteArray& input = {}, int timeoutMs = 120000)
 {
     QProcess process;
     process.setProgram(QStringLiteral(QB_CLI_PATH));
@@ -29,7 +29,7 @@ inline CliResult runCli(const QStringList& arguments, const QString& workingDire
         return {};
     process.write(input);
     process.closeWriteChannel();
-    if (!process.waitForFinished(120000)) {
+    if (!process.waitForFinished(timeoutMs)) {
         process.kill();
         process.waitForFinished();
         ADD_FAILURE() << "quillbrook-cli did not finish";

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Real writes through the real exiftool, on JPEGs made here.
+#include "clirunner.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+using namespace qb::test;
+
+namespace {
+
+class AssignWrite : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        QDir().mkpath(m_dir.filePath("shoot"));
+        for (const char* name : {"A1_1", "A1_2", "B2", "C3"})
+            makeJpeg(QString::fromLatin1(name));
+        m_csv = write(
+            "data.csv",
+            "Shot,Title,Keywords\n"
+            "A1,\"Quote \"\"q\"\", comma, back\\\\slash\nline two \xe6\x97\xa5\xe6\x9c\xac\",a;b\n"
+            "B2,Plain,solo\n");
+        m_mappings = write("mappings.json", R"([
+            {"keyName":"Title","destTag":"XMP-dc:Title","actions":{"mappers":[]}},
+            {"keyName":"Keywords","destTag":"XMP-dc:Subject","actions":{"mappers":[
+                {"attributes":{"delimiter":";"},"type":"array"}]}}])");
+    }
+
+    void makeJpeg(const QString& name)
+    {
+        QImage image(16, 16, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        ASSERT_TRUE(image.save(m_dir.filePath("shoot/" + name + ".jpg"), "JPEG"));
+    }
+
+    QString write(const QString& name, const QByteArray& bytes)
+    {
+        QFile file(m_dir.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        return file.fileName();
+    }
+
+    QStringList assign(const QString& method)
+    {
+        return {"assign",
+                "--method",
+                method,
+                "--exiftool",
+                "/usr/bin/exiftool",
+                "--mappings",
+                m_mappings,
+                "--csv",
+                m_csv,
+                "--key",
+                "Shot",
+                m_dir.filePath("shoot")};
+    }
+
+    std::map<QString, QJsonObject> readBack(const QStringList& paths)
+    {
+        const CliResult result =
+            runCli(QStringList{"read", "--exiftool", "/usr/bin/exiftool"} + paths);
+        EXPECT_EQ(result.status, 0) << result.err.toStdString();
+        std::map<QString, QJsonObject> byName;
+        for (const auto& entry : QJsonDocument::fromJson(result.out.toUtf8()).array()) {
+            const QJsonObject object = entry.toObject();
+            byName[QFileInfo(object["SourceFile"].toString()).fileName()] = object;
+        }
+        return byName;
+    }
+
+    QTemporaryDir m_dir;
+    QString m_csv;
+    QString m_mappings;
+};
+
+TEST_F(AssignWrite, DirectWriteRoundTripsEveryCharacter)
+{
+    // Finishing well inside the 60 s timer shows the command waits for the
+    // write it asked for, not for the timer.
+    const CliResult result = runCli(assign("direct"), {}, {}, 45000);
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, "Finished writing images.\n");
+
+    const auto images = readBack({m_dir.filePath("shoot")});
+    ASSERT_EQ(images.size(), 4u);
+    const QString expected =
+        QString::fromUtf8("Quote \"q\", comma, back\\\\slash\nline two \xe6\x97\xa5\xe6\x9c\xac");
+    for (const char* name : {"A1_1.jpg", "A1_2.jpg"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(images.at(name)["XMP:Title"].toString(), expected);
+        EXPECT_EQ(images.at(name)["XMP:Subject"].toArray(), QJsonArray({"a", "b"}));
+    }
+    EXPECT_EQ(images.at("B2.jpg")["XMP:Subject"].toString(),
+              "solo"); // one element reads back as text
+    EXPECT_FALSE(images.at("C3.jpg").contains("XMP:Title"));
+    EXPECT_TRUE(QDir(m_dir.filePath("shoot")).entryList({"*_original"}).isEmpty());
+}
+
+TEST_F(AssignWrite, XmpWriteLeavesTheImagesAlone)
+{
+    const QByteArray before = [&] {
+        QFile file(m_dir.filePath("shoot/B2.jpg"));
+        file.open(QIODevice::ReadOnly);
+        return file.readAll();
+    }();
+    const CliResult result = runCli(assign("xmp"));
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, "Finished writing XMP sidecar files.\n");
+    QFile after(m_dir.filePath("shoot/B2.jpg"));
+    ASSERT_TRUE(after.open(QIODevice::ReadOnly));
+    EXPECT_EQ(after.readAll(), before);
+    const auto sidecars =
+        readBack({m_dir.filePath("shoot/B2.xmp"), m_dir.filePath("shoot/A1_1.xmp")});
+    EXPECT_EQ(sidecars.at("B2.xmp")["XMP:Title"].toString(), "Plain");
+    EXPECT_FALSE(QFile::exists(m_dir.filePath("shoot/C3.xmp")));
+}
+
+TEST_F(AssignWrite, FailuresExitWithStatusOneAndTheirTexts)
+{
+    QStringList missing = assign("direct");
+    missing[4] = m_dir.filePath("no-exiftool");
+    const CliResult notFound = runCli(missing);
+    EXPECT_EQ(notFound.status, 1);
+    EXPECT_TRUE(notFound.err.contains("exiftool not found at " + m_dir.filePath("no-exiftool")))
+        << notFound.err.toStdString();
+
+    write("shoot/B2.jpg", QByteArray("\xff\xd8\xff\xe0 truncated", 14));
+    const CliResult damaged = runCli(assign("direct"));
+    EXPECT_EQ(damaged.status, 1);
+    EXPECT_TRUE(damaged.err.contains("B2.jpg")) << damaged.err.toStdString();
+    EXPECT_TRUE(damaged.out.isEmpty());
+    // The good images of the batch were still written.
+    EXPECT_EQ(readBack({m_dir.filePath("shoot/A1_1.jpg")}).at("A1_1.jpg")["XMP:Subject"].toArray(),
+              QJsonArray({"a", "b"}));
+
+    const CliResult captureOne = runCli(assign("captureone"));
+    EXPECT_EQ(captureOne.status, 1);
+    EXPECT_FALSE(captureOne.err.isEmpty());
+
+    QStringList badMethod = assign("direct");
+    badMethod[2] = "carrier-pigeon";
+    EXPECT_EQ(runCli(badMethod).status, 2);
+}
+
+} // namespace

@@ -1,0 +1,279 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// These run the real exiftool on JPEG files made here.
+#include "exif/metadatareader.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace qb;
+
+namespace {
+
+using Completed = std::vector<std::expected<QString, Error>>;
+
+// The system's runner, keeping a copy of each command line and outcome.
+class RecordingRunner : public SystemProcessRunner {
+public:
+    ProcessRunResult run(const QString& program, const QStringList& arguments) override
+    {
+        commandLines.push_back(arguments);
+        ProcessRunResult result = SystemProcessRunner::run(program, arguments);
+        if (result)
+            errors.push_back(result->standardError);
+        return result;
+    }
+    qint64 commandLineLimit() const override
+    {
+        return limit ? *limit : SystemProcessRunner::commandLineLimit();
+    }
+
+    std::vector<QStringList> commandLines;
+    std::vector<QByteArray> errors;
+    std::optional<qint64> limit;
+};
+
+class ExiftoolIntegration : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!QFileInfo(installedExiftoolPath()).isExecutable())
+            GTEST_SKIP() << "exiftool is not installed";
+        ASSERT_TRUE(m_dir.isValid());
+    }
+
+    QString path(const QString& name) const { return m_dir.filePath(name); }
+
+    QString makeJpeg(const QString& name) const
+    {
+        const QString file = path(name);
+        QDir().mkpath(QFileInfo(file).path());
+        QImage image(16, 16, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        EXPECT_TRUE(image.save(file, "JPEG")) << file.toStdString();
+        return file;
+    }
+
+    static QByteArray contents(const QString& file)
+    {
+        QFile in(file);
+        return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
+    }
+
+    MetadataReader newReader(std::shared_ptr<ProcessRunner> runner = {}) const
+    {
+        MetadataReader reader(std::move(runner));
+        reader.setVerbose(false);
+        return reader;
+    }
+
+    // Writes each image's values into its file (or its sidecar).
+    std::expected<QString, Error> write(const std::vector<std::shared_ptr<ExifImage>>& images,
+                                        bool sidecars = false,
+                                        std::shared_ptr<ProcessRunner> runner = {}) const
+    {
+        MetadataReader writer = newReader(std::move(runner));
+        writer.addImages(images);
+        const QString json = path("QuillbrookMetadata.json");
+        if (const auto written = writer.writeJSON(json, sidecars); !written)
+            return std::unexpected(written.error());
+        Completed completed;
+        const auto collect = [&](std::expected<QString, Error> r) {
+            completed.push_back(r);
+        };
+        if (sidecars)
+            writer.writeSidecars(json, collect);
+        else
+            writer.writeImages(json, collect);
+        EXPECT_EQ(completed.size(), 1u);
+        return completed.at(0);
+    }
+
+    // What exiftool reads back of `tags` in `files`.
+    std::expected<MetadataReader::Images, Error> readBack(const QStringList& files,
+                                                          const QStringList& tags) const
+    {
+        MetadataReader reader = newReader();
+        QList<QUrl> urls;
+        for (const QString& file : files)
+            urls << QUrl::fromLocalFile(file);
+        Completed completed;
+        reader.read(tags, urls, [&](std::expected<QString, Error> r) { completed.push_back(r); });
+        EXPECT_EQ(completed.size(), 1u);
+        if (!completed.at(0))
+            return std::unexpected(completed.at(0).error());
+        return reader.loadedImages();
+    }
+
+    static std::shared_ptr<ExifImage> imageWith(const QString& file, ExifImage::Metadata values)
+    {
+        auto image = std::make_shared<ExifImage>(QUrl::fromLocalFile(file));
+        image->merge(values, true);
+        return image;
+    }
+
+    QTemporaryDir m_dir;
+};
+
+TEST_F(ExiftoolIntegration, AwkwardTextAndListsRoundTripExactly)
+{
+    const QString file = makeJpeg("A.jpg");
+    const QString title = QString::fromUtf8("He said \"hi\", then\nleft \\ back: 東京 — Ünïcode");
+    const DynamicValue subjects = DynamicValue::stringList({"one, two", "東京", "back\\slash"});
+    const auto written =
+        write({imageWith(file, {{"XMP:Title", title}, {"XMP:Subject", subjects}})});
+    ASSERT_TRUE(written.has_value()) << written.error().message().toStdString();
+    EXPECT_EQ(*written, "Finished writing images.");
+
+    const auto read = readBack({file}, {"XMP:Title", "XMP:Subject"});
+    ASSERT_TRUE(read.has_value()) << read.error().message().toStdString();
+    const ExifImage::Metadata& metadata = read->at(QUrl::fromLocalFile(file))->metadata;
+    EXPECT_EQ(metadata.at("XMP:Title"), title);
+    EXPECT_EQ(metadata.at("XMP:Subject"), subjects);
+    EXPECT_EQ(metadata.at("SourceFile"), file);
+}
+
+TEST_F(ExiftoolIntegration, SidecarIsWrittenBesideTheUntouchedImage)
+{
+    const QString file = makeJpeg("shoot/A.jpg");
+    const QByteArray before = contents(file);
+    const auto image = imageWith(file, {{"XMP:Title", "Sidecar title"}});
+    const auto written = write({image}, true);
+    ASSERT_TRUE(written.has_value()) << written.error().message().toStdString();
+    EXPECT_EQ(*written, "Finished writing XMP sidecar files.");
+
+    EXPECT_EQ(contents(file), before);
+    const QString sidecar = path("shoot/A.xmp");
+    ASSERT_TRUE(QFile::exists(sidecar));
+    const auto read = readBack({sidecar}, {"XMP:Title"});
+    ASSERT_TRUE(read.has_value()) << read.error().message().toStdString();
+    EXPECT_EQ(read->at(QUrl::fromLocalFile(sidecar))->metadata.at("XMP:Title"), "Sidecar title");
+}
+
+TEST_F(ExiftoolIntegration, ABadBatchFailsClearlyAndTheGoodImagesAreStillWritten)
+{
+    const QString good1 = makeJpeg("good1.jpg");
+    const QString good2 = makeJpeg("good2.jpg");
+    const QString truncated = path("truncated.jpg");
+    QFile cut(truncated);
+    ASSERT_TRUE(cut.open(QIODevice::WriteOnly));
+    cut.write(contents(good1).left(200));
+    cut.close();
+    const QString notJpeg = path("notes.jpg");
+    QFile text(notJpeg);
+    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
+    text.write("just some words\n");
+    text.close();
+    const QString gone = path("gone.jpg");
+
+    std::vector<std::shared_ptr<ExifImage>> batch;
+    for (const QString& file : {good1, truncated, notJpeg, gone, good2})
+        batch.push_back(imageWith(file, {{"XMP:Title", "Batch"}}));
+    const auto written = write(batch);
+
+    ASSERT_FALSE(written.has_value());
+    const Error& error = written.error();
+    EXPECT_EQ(error.errorDescription, "exiftool could not write the metadata.");
+    for (const char* name : {"truncated.jpg", "notes.jpg", "gone.jpg"})
+        EXPECT_TRUE(error.failureReason.contains(name)) << error.failureReason.toStdString();
+
+    const auto read = readBack({good1, good2}, {"XMP:Title"});
+    ASSERT_TRUE(read.has_value()) << read.error().message().toStdString();
+    for (const QString& file : {good1, good2})
+        EXPECT_EQ(read->at(QUrl::fromLocalFile(file))->metadata.at("XMP:Title"), "Batch");
+}
+
+TEST_F(ExiftoolIntegration, ABatchBeyondTheCommandLineLimitIsWrittenWhole)
+{
+    const QString original = makeJpeg("original.jpg");
+    // Six folders of 200 letters: some 1,300 bytes a path, so a couple of
+    // thousand files go beyond the limit.
+    QString folder = m_dir.path() + "/";
+    for (const char letter : {'a', 'b', 'c', 'd', 'e', 'f'})
+        folder += QString(200, QLatin1Char(letter)) + "/";
+    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString stem = folder + QString(100, 'g');
+    const qint64 limit = SystemProcessRunner().commandLineLimit();
+    // Well beyond the limit, so that the command line itself would fail.
+    const qint64 count = (limit + 256 * 1024) / (stem.toUtf8().size() + 16);
+    if (count > 6000)
+        GTEST_SKIP() << "this system's command line limit is too large to exceed quickly";
+
+    std::vector<std::shared_ptr<ExifImage>> batch;
+    for (qint64 i = 0; i < count; ++i) {
+        const QString file = stem + QString::number(i) + ".jpg";
+        ASSERT_TRUE(QFile::copy(original, file));
+        batch.push_back(imageWith(file, {{"XMP:Title", "Title " + QString::number(i)}}));
+    }
+    const auto runner = std::make_shared<RecordingRunner>();
+    const auto written = write(batch, false, runner);
+    ASSERT_TRUE(written.has_value()) << written.error().message().toStdString();
+
+    ASSERT_EQ(runner->commandLines.size(), 1u);
+    EXPECT_TRUE(runner->commandLines[0].contains("-@"));
+    // exiftool's own count, which it prints to standard error.
+    EXPECT_TRUE(runner->errors.at(0).contains(QByteArray::number(count) + " image files updated"))
+        << runner->errors.at(0).toStdString();
+    const QString last = stem + QString::number(count - 1) + ".jpg";
+    const auto read = readBack({stem + "0.jpg", last}, {"XMP:Title"});
+    ASSERT_TRUE(read.has_value()) << read.error().message().toStdString();
+    EXPECT_EQ(read->at(QUrl::fromLocalFile(last))->metadata.at("XMP:Title"),
+              "Title " + QString::number(count - 1));
+}
+
+TEST_F(ExiftoolIntegration, ArgumentsReachExiftoolAlikeThroughAnArgumentFile)
+{
+    const QStringList texts = {"two\nlines",
+                               "  leading blanks",
+                               "#not a comment",
+                               "-x= y",
+                               "back\\slash \"quoted\" 東京",
+                               "trailing  ",
+                               ""};
+    QStringList arguments;
+    QByteArray expected;
+    for (const QString& text : texts) {
+        arguments << "-echo" << text;
+        expected += text.toUtf8() + "\n";
+    }
+    for (const qint64 limit : {qint64(1) << 40, qint64(0)}) {
+        SCOPED_TRACE(limit);
+        const auto runner = std::make_shared<RecordingRunner>();
+        runner->limit = limit;
+        const ExifTool exiftool(installedExiftoolPath(), {}, runner);
+        std::optional<std::expected<ProcessResult, ExiftoolError>> result;
+        exiftool.run(arguments, [&](auto r) { result = std::move(r); });
+        ASSERT_TRUE(result && result->has_value());
+        EXPECT_EQ((*result)->response, expected);
+        EXPECT_EQ(runner->commandLines.at(0).contains("-@"), limit == 0);
+    }
+}
+
+TEST_F(ExiftoolIntegration, PlentyOfStandardErrorDoesNotStallTheRun)
+{
+    QStringList missing;
+    for (int i = 0; i < 1000; ++i)
+        missing << path(QString(180, 'm') + QString::number(i) + ".jpg");
+    const auto read = readBack(missing, {});
+    ASSERT_FALSE(read.has_value());
+    EXPECT_GT(read.error().failureReason.size(), 64 * 1024);
+    EXPECT_TRUE(read.error().failureReason.contains(missing.last()));
+}
+
+TEST_F(ExiftoolIntegration, AMissingExiftoolIsNamed)
+{
+    const QString nowhere = path("bin/exiftool");
+    MetadataReader reader = newReader();
+    reader.exiftool().setExiftoolLocation(nowhere);
+    Completed completed;
+    reader.writeImages(path("x.json"), [&](auto r) { completed.push_back(r); });
+    ASSERT_EQ(completed.size(), 1u);
+    ASSERT_FALSE(completed[0].has_value());
+    EXPECT_EQ(completed[0].error().errorDescription, "Exiftool could not be launched.");
+    EXPECT_EQ(completed[0].error().failureReason, "exiftool not found at " + nowhere);
+}
+
+} // namespace
