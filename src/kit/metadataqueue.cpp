@@ -224,6 +224,12 @@ void MetadataQueue::setExiftoolLocation(const QString& path)
     m_exifWriter->exiftool().setExiftoolLocation(path);
 }
 
+void MetadataQueue::setCaptureOneWriter(std::shared_ptr<CaptureOneWriter> writer)
+{
+    const QMutexLocker locker(&m_writerMutex);
+    m_captureOneWriter = std::move(writer);
+}
+
 QString MetadataQueue::exiftoolLocation() const
 {
     const QMutexLocker locker(&m_writerMutex);
@@ -325,9 +331,16 @@ void MetadataQueue::writeBody(const Completion& completion)
     case WriteMethod::xmp:
         writeWithExifTool(true, batch, continuation);
         break;
-    case WriteMethod::captureOne:
-        continuation(std::unexpected(captureOneUnavailable()));
+    case WriteMethod::captureOne: {
+        std::shared_ptr<CaptureOneWriter> writer;
+        {
+            const QMutexLocker locker(&m_writerMutex);
+            writer = m_captureOneWriter;
+        }
+        continuation(writer ? writer->applyAdjustments(batch)
+                            : std::unexpected(captureOneUnavailable()));
         break;
+    }
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "kit/captureonewriter.h"
 #include "kit/imageprovider.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadatasource.h"
@@ -75,6 +76,9 @@ public:
     void useBundleExifTool();
     void useInstalledExifTool();
     void setExiftoolLocation(const QString& path);
+    // What the Capture One method writes through; without one, that method
+    // reports that it isn't available.
+    void setCaptureOneWriter(std::shared_ptr<CaptureOneWriter> writer);
     QString exiftoolLocation() const;
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
@@ -108,6 +112,7 @@ private:
     // executable, which takes this lock too.
     mutable QMutex m_writerMutex;
     std::unique_ptr<MetadataManager> m_exifWriter;
+    std::shared_ptr<CaptureOneWriter> m_captureOneWriter;
 
     QTimer m_timer;
     std::optional<QDateTime> m_fireDate;
