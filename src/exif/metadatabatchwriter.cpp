@@ -90,17 +90,8 @@ void MetadataBatchWriter::writeSidecars(const QString& jsonPath,
 void MetadataBatchWriter::write(QStringList arguments, const QString& closingMessage,
                                 const MetadataCompletion& completion)
 {
-    for (const QUrl& url : m_urls)
-        arguments << exiftoolPath(url);
-    m_exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
-        if (!result) {
-            completion(std::unexpected(result.error().toError(ExiftoolTask::write)));
-            return;
-        }
-        if (m_verbose)
-            printResponse(result->response);
-        completion(closingMessage);
-    });
+    runExiftoolWrite(m_exiftool, std::move(arguments), m_urls, m_verbose, closingMessage,
+                     completion);
 }
 
 } // namespace qb

@@ -5,7 +5,9 @@
 #include "exif/exiftool.h"
 #include "extensions/error.h"
 
+#include <QList>
 #include <QString>
+#include <QUrl>
 
 #include <expected>
 #include <functional>
@@ -42,5 +44,11 @@ public:
     virtual void writeImages(const QString& jsonPath, const MetadataCompletion& completion) = 0;
     virtual void writeSidecars(const QString& jsonPath, const MetadataCompletion& completion) = 0;
 };
+
+// The run every write ends in: exiftool over `arguments` plus each file,
+// then the closing message, or the failure as a write error.
+void runExiftoolWrite(const ExifTool& exiftool, QStringList arguments, const QList<QUrl>& files,
+                      bool verbose, const QString& closingMessage,
+                      const MetadataCompletion& completion);
 
 } // namespace qb

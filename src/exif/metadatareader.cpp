@@ -197,18 +197,7 @@ void MetadataReader::writeSidecars(const QString& jsonPath, const MetadataComple
 void MetadataReader::write(const QStringList& options, const QString& closingMessage,
                            const MetadataCompletion& completion)
 {
-    QStringList arguments = options;
-    for (const auto& entry : m_loadedImages)
-        arguments << exiftoolPath(entry.first);
-    m_exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
-        if (!result) {
-            completion(std::unexpected(result.error().toError(ExiftoolTask::write)));
-            return;
-        }
-        if (m_verbose)
-            printResponse(result->response);
-        completion(closingMessage);
-    });
+    runExiftoolWrite(m_exiftool, options, urls(), m_verbose, closingMessage, completion);
 }
 
 } // namespace qb

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "metadatamanager.h"
+
+namespace qb {
+
+void runExiftoolWrite(const ExifTool& exiftool, QStringList arguments, const QList<QUrl>& files,
+                      bool verbose, const QString& closingMessage,
+                      const MetadataCompletion& completion)
+{
+    for (const QUrl& url : files)
+        arguments << exiftoolPath(url);
+    exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
+        if (!result) {
+            completion(std::unexpected(result.error().toError(ExiftoolTask::write)));
+            return;
+        }
+        if (verbose)
+            printResponse(result->response);
+        completion(closingMessage);
+    });
+}
+
+} // namespace qb
