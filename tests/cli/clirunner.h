@@ -17,9 +17,16 @@ struct CliResult {
 
 // Runs the built quillbrook-cli with the arguments, as a script would.
 inline CliResult runCli(const QStringList& arguments, const QString& workingDirectory = {},
-                        const QByteArray& input = {}, int timeoutMs = 120000)
+                        const QByteArray& input = {}, int timeoutMs = 120000,
+                        const QStringList& environment = {})
 {
     QProcess process;
+    if (!environment.isEmpty()) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        for (const QString& entry : environment)
+            env.insert(entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
+        process.setProcessEnvironment(env);
+    }
     process.setProgram(QStringLiteral(QB_CLI_PATH));
     process.setArguments(arguments);
     if (!workingDirectory.isEmpty())

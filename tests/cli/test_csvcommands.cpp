@@ -198,4 +198,35 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
     }
 }
 
+TEST_F(AssignDryRun, CaseAndDatesFollowTheEnvironment)
+{
+    const QString csv = write("when.csv", "id,name,when\nA1,istanbul,2021-03-04 10:00 +0000\n");
+    const QString mappings = write("when.json", R"([
+        {"keyName":"name","destTag":"XMP:Title","actions":{"mappers":[
+            {"attributes":{"transformation":"uppercase"},"type":"stringCase"}]}},
+        {"keyName":"when","destTag":"EXIF:CreateDate","actions":{"mappers":[
+            {"attributes":{"format":"yyyy-MM-dd HH:mm Z"},"type":"date"}]}}])");
+    struct Case {
+        const char* locale;
+        const char* zone;
+        const char* title;
+        const char* date; // the wire pattern: DD is the day of the year
+    };
+    const Case cases[] = {
+        {"C.UTF-8", "UTC", "ISTANBUL", "2021:03:63 10:00:00"},
+        {"tr_TR.UTF-8", "Asia/Tokyo", "\u0130STANBUL", "2021:03:63 19:00:00"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.locale);
+        const CliResult result = runCli(
+            {"assign", "--dry-run", "--mappings", mappings, "--csv", csv, "--key", "id",
+             m_dir.filePath("shoot/A1_1.jpg")},
+            {}, {}, 60000, {QStringLiteral("LC_ALL=") + c.locale, QStringLiteral("TZ=") + c.zone});
+        ASSERT_EQ(result.status, 0) << result.err.toStdString();
+        const QJsonObject image = json(result).array().first().toObject();
+        EXPECT_EQ(image["XMP:Title"].toString(), QString::fromUtf8(c.title));
+        EXPECT_EQ(image["EXIF:CreateDate"].toString(), c.date);
+    }
+}
+
 } // namespace
