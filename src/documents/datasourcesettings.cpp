@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "datasourcesettings.h"
+
+#include "documents/documentjson.h"
+
+#include <limits>
+
+namespace qb {
+
+namespace {
+
+std::optional<FileNameDataSource::MatchingStyle> styleFromRaw(qint64 raw)
+{
+    if (raw < std::numeric_limits<int>::min() || raw > std::numeric_limits<int>::max())
+        return std::nullopt;
+    return FileNameDataSource::matchingStyleFromRawValue(int(raw));
+}
+
+template <class Settings>
+std::expected<Settings, Error> decodeBytes(const QByteArray& bytes, auto&& decoder)
+{
+    const auto json = parseDocumentJson(bytes);
+    if (!json)
+        return std::unexpected(json.error());
+    return decodeJson([&] { return decoder(JsonObject(*json, QString())); });
+}
+
+std::expected<FileWrapper, Error> wrapperOf(const std::expected<Json, Error>& json,
+                                            const QString& name)
+{
+    if (!json)
+        return std::unexpected(json.error());
+    const auto bytes = encodeDocumentJson(*json);
+    if (!bytes)
+        return std::unexpected(bytes.error());
+    return FileWrapper::regularFile(*bytes, name);
+}
+
+} // namespace
+
+std::optional<FileNameDataSource::MatchingStyle> CSVDatasourceSettings::matchingStyle() const
+{
+    return styleFromRaw(selectedMatchStyle);
+}
+
+std::expected<Json, Error> CSVDatasourceSettings::toJson() const
+{
+    Json names = Json::array();
+    for (const QString& name : keyNames)
+        names.push_back(qb::toJson(name));
+    Json json = Json::object();
+    json["keyNames"] = std::move(names);
+    if (selectedHeader)
+        json["selectedHeader"] = qb::toJson(*selectedHeader);
+    json["selectedMatchStyle"] = selectedMatchStyle;
+    if (currentURL) {
+        auto bookmark = currentURL->toJson();
+        if (!bookmark)
+            return std::unexpected(bookmark.error());
+        json["currentURL"] = std::move(*bookmark);
+    }
+    return json;
+}
+
+CSVDatasourceSettings CSVDatasourceSettings::fromJson(const JsonObject& object,
+                                                      const QString& relativeTo)
+{
+    CSVDatasourceSettings settings;
+    const Json& names = object.array("keyNames");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (!names[i].is_string())
+            throw JsonDecodeFailure(
+                object.pathOf("keyNames") + QStringLiteral("[%1]").arg(i),
+                QStringLiteral("expected a string, found %1").arg(jsonKindName(names[i])));
+        settings.keyNames << fromJsonString(names[i]);
+    }
+    settings.selectedHeader = optionalString(object, "selectedHeader");
+    settings.selectedMatchStyle = object.integer("selectedMatchStyle");
+    if (object.contains("currentURL") && !object.json().at("currentURL").is_null())
+        settings.currentURL = BookmarkURL::fromJson(object.json().at("currentURL"),
+                                                    object.pathOf("currentURL"), relativeTo);
+    return settings;
+}
+
+std::expected<CSVDatasourceSettings, Error> CSVDatasourceSettings::decode(const QByteArray& bytes,
+                                                                          const QString& relativeTo)
+{
+    return decodeBytes<CSVDatasourceSettings>(
+        bytes, [&](const JsonObject& object) { return fromJson(object, relativeTo); });
+}
+
+std::expected<FileWrapper, Error> CSVDatasourceSettings::fileWrapper() const
+{
+    return wrapperOf(toJson(), memberName());
+}
+
+std::optional<FileNameDataSource::MatchingStyle> ImageDatasourceSettings::matchingStyle() const
+{
+    return styleFromRaw(selectedMatchStyle);
+}
+
+Json ImageDatasourceSettings::toJson() const
+{
+    Json json = Json::object();
+    json["selectedMatchStyle"] = selectedMatchStyle;
+    return json;
+}
+
+ImageDatasourceSettings ImageDatasourceSettings::fromJson(const JsonObject& object)
+{
+    ImageDatasourceSettings settings;
+    settings.selectedMatchStyle = object.integer("selectedMatchStyle");
+    return settings;
+}
+
+std::expected<ImageDatasourceSettings, Error>
+ImageDatasourceSettings::decode(const QByteArray& bytes)
+{
+    return decodeBytes<ImageDatasourceSettings>(bytes, &ImageDatasourceSettings::fromJson);
+}
+
+std::expected<FileWrapper, Error> ImageDatasourceSettings::fileWrapper() const
+{
+    return wrapperOf(toJson(), memberName());
+}
+
+} // namespace qb

@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "documents/bookmarkurl.h"
+#include "documents/filewrapper.h"
+
+#include "kit/filenamedatasource.h"
+
+#include "extensions/error.h"
+#include "extensions/jsondecode.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <expected>
+#include <optional>
+
+namespace qb {
+
+// What the CSV panel keeps in a document between saves.
+struct CSVDatasourceSettings {
+    static QString memberName() { return QStringLiteral("csv.json"); }
+
+    QStringList keyNames;
+    std::optional<QString> selectedHeader;
+    // Raw value of FileNameDataSource::MatchingStyle; kept as written, so an
+    // unknown value survives a round trip and is judged by whoever applies it.
+    qint64 selectedMatchStyle = 2;
+    std::optional<BookmarkURL> currentURL;
+
+    // Nothing when the raw value names no style.
+    std::optional<FileNameDataSource::MatchingStyle> matchingStyle() const;
+
+    // Fails when the bookmark can't be made, as for a file that has gone.
+    std::expected<Json, Error> toJson() const;
+    // `relativeTo` is the folder that holds the package, for relative
+    // bookmarks. An unresolvable bookmark fails the whole decoding.
+    static CSVDatasourceSettings fromJson(const JsonObject& object, const QString& relativeTo = {});
+    static std::expected<CSVDatasourceSettings, Error> decode(const QByteArray& bytes,
+                                                              const QString& relativeTo = {});
+    // The member the panel offers the document, named csv.json.
+    std::expected<FileWrapper, Error> fileWrapper() const;
+};
+
+// What the image panel keeps in a document between saves.
+struct ImageDatasourceSettings {
+    static QString memberName() { return QStringLiteral("image.json"); }
+
+    qint64 selectedMatchStyle = 2;
+
+    std::optional<FileNameDataSource::MatchingStyle> matchingStyle() const;
+
+    Json toJson() const;
+    static ImageDatasourceSettings fromJson(const JsonObject& object);
+    static std::expected<ImageDatasourceSettings, Error> decode(const QByteArray& bytes);
+    std::expected<FileWrapper, Error> fileWrapper() const;
+};
+
+} // namespace qb

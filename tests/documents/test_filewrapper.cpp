@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "documents/bookmarkurl.h"
+#include "documents/filewrapper.h"
+
+#include "documenttesthelpers.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace qb;
+using qb::test::readFile;
+using qb::test::writeFile;
+
+namespace {
+
+FileWrapper sampleTree()
+{
+    return FileWrapper::directory({
+        {QStringLiteral("mapping.json"), FileWrapper::regularFile("{}", "mapping.json")},
+        {QStringLiteral("datasource"),
+         FileWrapper::directory(
+             {{QStringLiteral("csv.json"),
+               FileWrapper::regularFile(QByteArray("a\0b\n", 4), "csv.json")},
+              {QStringLiteral(".hidden"), FileWrapper::regularFile("", ".hidden")}},
+             "datasource")},
+        {QStringLiteral("empty"), FileWrapper::directory({}, "empty")},
+    });
+}
+
+TEST(FileWrapper, TreeWrittenAndReadBackIsTheSame)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("p.qbmap");
+    ASSERT_TRUE(sampleTree().write(path).has_value());
+    EXPECT_EQ(readFile(path + "/datasource/csv.json"), QByteArray("a\0b\n", 4));
+
+    auto read = FileWrapper::read(path);
+    ASSERT_TRUE(read.has_value()) << read.error().message().toStdString();
+    read->preferredFilename.clear();
+    EXPECT_EQ(*read, sampleTree());
+    EXPECT_EQ(read->member("Mapping.json"), nullptr); // names are exact
+    EXPECT_FALSE(read->member("datasource")->regularFileContents().has_value());
+}
+
+TEST(FileWrapper, MissingPathAndLinkLoopFailClearly)
+{
+    QTemporaryDir dir;
+    EXPECT_FALSE(FileWrapper::read(dir.filePath("none")).has_value());
+    QDir().mkdir(dir.filePath("loop"));
+    ASSERT_TRUE(QFile::link(dir.filePath("loop"), dir.filePath("loop/self")));
+    const auto read = FileWrapper::read(dir.filePath("loop"));
+    ASSERT_FALSE(read.has_value());
+    EXPECT_TRUE(read.error().failureReason.contains("nested too deeply"));
+}
+
+TEST(BookmarkURL, RoundTripResolvesToTheSameFile)
+{
+    QTemporaryDir dir;
+    writeFile(dir.filePath("shoot.csv"), "Shot\n");
+    const BookmarkURL bookmark(QUrl::fromLocalFile(dir.filePath("shoot.csv")));
+    const auto data = bookmark.bookmarkData();
+    ASSERT_TRUE(data.has_value());
+    EXPECT_FALSE(data->contains("shoot")); // opaque text, not a path
+
+    const auto resolved = BookmarkURL::resolve(*data);
+    ASSERT_TRUE(resolved.has_value());
+    EXPECT_EQ(resolved->url, bookmark.url);
+    EXPECT_FALSE(resolved->isStale);
+    EXPECT_EQ(BookmarkURL::fromJson(*bookmark.toJson(), "currentURL"), bookmark);
+}
+
+TEST(BookmarkURL, ReplacedFileResolvesStaleAndRemovedFileFails)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("shoot.csv");
+    writeFile(path, "Shot\n");
+    const auto data = BookmarkURL(QUrl::fromLocalFile(path)).bookmarkData();
+    ASSERT_TRUE(data.has_value());
+
+    // As a spreadsheet program saves: a new file renamed over the old one.
+    writeFile(dir.filePath("new.csv"), "Shot,Title\n");
+    ASSERT_TRUE(QFile::remove(path));
+    ASSERT_TRUE(QFile::rename(dir.filePath("new.csv"), path));
+    const auto replaced = BookmarkURL::resolve(*data);
+    ASSERT_TRUE(replaced.has_value());
+    EXPECT_TRUE(replaced->isStale);
+
+    ASSERT_TRUE(QFile::remove(path));
+    const auto gone = BookmarkURL::resolve(*data);
+    ASSERT_FALSE(gone.has_value());
+    EXPECT_TRUE(gone.error().failureReason.contains(path));
+    EXPECT_THROW(BookmarkURL::fromJson(Json(data->toStdString()), "currentURL"), JsonDecodeFailure);
+    EXPECT_FALSE(BookmarkURL(QUrl::fromLocalFile(path)).bookmarkData().has_value());
+}
+
+TEST(BookmarkURL, RelativePathStartsFromTheGivenFolderOnly)
+{
+    QTemporaryDir dir;
+    writeFile(dir.filePath("data/shoot.csv"), "Shot\n");
+    const QString relative =
+        QString::fromLatin1(QByteArray(R"({"path":"../data/shoot.csv"})").toBase64());
+
+    const auto resolved = BookmarkURL::resolve(relative, dir.filePath("docs"));
+    ASSERT_TRUE(resolved.has_value());
+    EXPECT_EQ(resolved->url.toLocalFile(), dir.filePath("data/shoot.csv"));
+    EXPECT_FALSE(resolved->isStale);
+    EXPECT_FALSE(BookmarkURL::resolve(relative).has_value());
+}
+
+TEST(BookmarkURL, DamagedDataIsAnErrorNotACrash)
+{
+    const char* cases[] = {"", "%%%not base64", "bm90IGpzb24=" /* not json */,
+                           "eyJwYXRoIjoxfQ==" /* {"path":1} */, "W10=" /* [] */};
+    for (const char* data : cases) {
+        SCOPED_TRACE(data);
+        EXPECT_FALSE(BookmarkURL::resolve(QString::fromLatin1(data), "/").has_value());
+    }
+    EXPECT_THROW(BookmarkURL::fromJson(Json(3), "currentURL"), JsonDecodeFailure);
+}
+
+} // namespace

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "documents/datasourcesettings.h"
+
+#include "documenttesthelpers.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace qb;
+using qb::test::writeFile;
+
+namespace {
+
+TEST(SettingsJson, CSVSettingsArePrettyWithUnsetKeysLeftOut)
+{
+    CSVDatasourceSettings settings;
+    settings.keyNames = {"Shot", "a/b"};
+    EXPECT_EQ(settings.fileWrapper()->regularFileContents(),
+              "{\n  \"keyNames\": [\n    \"Shot\",\n    \"a/b\"\n  ],\n"
+              "  \"selectedMatchStyle\": 2\n}");
+    EXPECT_EQ(settings.fileWrapper()->preferredFilename, "csv.json");
+    EXPECT_EQ(ImageDatasourceSettings().fileWrapper()->regularFileContents(),
+              "{\n  \"selectedMatchStyle\": 2\n}");
+}
+
+TEST(SettingsJson, CSVSettingsThatDontDecodeSayWhere)
+{
+    QTemporaryDir dir;
+    writeFile(dir.filePath("gone.csv"), "Shot\n");
+    const QString bookmark =
+        *BookmarkURL(QUrl::fromLocalFile(dir.filePath("gone.csv"))).bookmarkData();
+    ASSERT_TRUE(QFile::remove(dir.filePath("gone.csv")));
+
+    const struct {
+        QByteArray json;
+        QString where;
+    } cases[] = {
+        {"{\"selectedMatchStyle\": 2}", "keyNames"},
+        {"{\"keyNames\": [\"a\", 3], \"selectedMatchStyle\": 2}", "keyNames[1]"},
+        {"{\"keyNames\": [], \"selectedMatchStyle\": \"2\"}", "selectedMatchStyle"},
+        {"{\"keyNames\": [], \"selectedHeader\": 1, \"selectedMatchStyle\": 2}", "selectedHeader"},
+        {"{\"keyNames\": [\"Shot\"], \"selectedMatchStyle\": 2, \"currentURL\": \"" +
+             bookmark.toLatin1() + "\"}",
+         "currentURL"},
+        {"{\"keyNames\": [", "not valid JSON"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.json.toStdString());
+        const auto decoded = CSVDatasourceSettings::decode(row.json);
+        ASSERT_FALSE(decoded.has_value());
+        EXPECT_TRUE(decoded.error().failureReason.contains(row.where))
+            << decoded.error().failureReason.toStdString();
+    }
+}
+
+TEST(SettingsJson, UnknownStyleSurvivesButNamesNoStyle)
+{
+    const auto image = ImageDatasourceSettings::decode("{\"selectedMatchStyle\": 9}");
+    ASSERT_TRUE(image.has_value());
+    EXPECT_EQ(image->selectedMatchStyle, 9);
+    EXPECT_EQ(image->matchingStyle(), std::nullopt);
+    EXPECT_FALSE(ImageDatasourceSettings::decode("{}").has_value());
+}
+
+} // namespace
