@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadataqueue.h"
 
+#include "kit/shotlistcoordinator.h"
+
 #include "exif/exiftool.h"
 #include "exif/metadatareader.h"
 #include "extensions/icustring.h"
@@ -261,6 +263,12 @@ void MetadataQueue::addImages(const ImageProvider& provider, const MetadataSourc
                               std::vector<MetadataMapping> mappings)
 {
     enqueue(mapImages(provider, source, mappings));
+}
+
+void MetadataQueue::addImages(const ShotlistCoordinator& coordinator,
+                              std::vector<MetadataMapping> mappings)
+{
+    addImages(*coordinator.imageProvider(), *coordinator.datasource(), std::move(mappings));
 }
 
 void MetadataQueue::enqueue(const ExifImages& images)

@@ -24,6 +24,8 @@
 
 namespace qb {
 
+class ShotlistCoordinator;
+
 // Collects mapped images keyed by file location and writes them in one
 // batch: one exiftool run for the direct and XMP methods.
 //
@@ -83,6 +85,8 @@ public:
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
                    std::vector<MetadataMapping> mappings);
+    // The same with the coordinator's data source and image provider.
+    void addImages(const ShotlistCoordinator& coordinator, std::vector<MetadataMapping> mappings);
     void enqueue(const ExifImages& images);
     void clearQueue();
 

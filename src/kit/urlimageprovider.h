@@ -11,6 +11,16 @@ namespace qb {
 // folder search picks up. Judged by name, as a directory listing gives it.
 bool isImageOrAudiovisual(const QFileInfo& file);
 
+// The images and audiovisual files found in a folder, sorted by path: its
+// direct children only unless `recursive`. Folders themselves are never
+// part of the result.
+QList<QUrl> imagesInFolder(const QString& folder, bool recursive);
+
+// Whether a dropped or chosen URL is a folder to search for images: any
+// existing directory except one named exactly "CaptureOne", which stands
+// for itself.
+bool isSearchableFolder(const QUrl& url);
+
 class UpdateableImageProvider : public ImageProvider {
 public:
     virtual void addURLs(const QList<QUrl>& urls) = 0;

@@ -24,8 +24,9 @@ QCoreApplication& application()
     static int argc = 1;
     static char name[] = "qb_kit_tests";
     static char* argv[] = {name, nullptr};
-    static QCoreApplication* app = new QCoreApplication(argc, argv);
-    return *app;
+    if (!QCoreApplication::instance())
+        new QCoreApplication(argc, argv); // the queue's timers and completions need one
+    return *QCoreApplication::instance();
 }
 
 // Stands in for exiftool: records each command line, answers as told, and
