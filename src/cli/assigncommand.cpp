@@ -1,52 +1,40 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// quillbrook-cli assign: maps images from a CSV file by the rule rows of a
-// mappings file, and writes the values.
+// quillbrook-cli assign: maps images by the rule rows and writes the values.
 #include "assigncommand.h"
 
-#include "csvcommand.h"
 #include "jsonoutput.h"
+#include "sourceoptions.h"
 
+#include "captureone/captureoneadjustmentwriter.h"
 #include "extensions/jsonfile.h"
-#include "kit/csvdatasource.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadataqueue.h"
+#include "kit/preferences.h"
 #include "kit/urlimageprovider.h"
 
 #include <QEventLoop>
-#include <QFileInfo>
-#include <QSettings>
 
 namespace qb::cli {
 
 namespace {
 
+using Method = MetadataQueue::WriteMethod;
+
 struct AssignOptions {
     QCommandLineOption mappings{QStringLiteral("mappings"),
-                                QStringLiteral("JSON array of mapping objects (the rule rows)."),
+                                QStringLiteral("JSON array of mapping objects (the rule rows); "
+                                               "overrides the rows of --document."),
                                 QStringLiteral("FILE")};
-    QCommandLineOption csv{QStringLiteral("csv"), QStringLiteral("The CSV data file."),
-                           QStringLiteral("FILE")};
-    QCommandLineOption key{
-        QStringLiteral("key"),
-        QStringLiteral("The column whose values are matched against image names."),
-        QStringLiteral("COLUMN")};
-    QCommandLineOption match{QStringLiteral("match"),
-                             QStringLiteral("contains, equals, prefix (default), regex or suffix."),
-                             QStringLiteral("STYLE"), QStringLiteral("prefix")};
     QCommandLineOption dryRun{QStringLiteral("dry-run"),
-                              QStringLiteral("Print what would go to exiftool; write nothing.")};
+                              QStringLiteral("Print what would be written; write nothing.")};
     QCommandLineOption method{QStringLiteral("method"),
                               QStringLiteral("direct, xmp or captureone (default: the "
                                              "write method of the preferences)."),
                               QStringLiteral("METHOD")};
-    QCommandLineOption exiftool{QStringLiteral("exiftool"),
-                                QStringLiteral("The exiftool executable to run."),
-                                QStringLiteral("PATH")};
 };
 
-std::optional<MetadataQueue::WriteMethod> writeMethodNamed(const QString& name)
+std::optional<Method> writeMethodNamed(const QString& name)
 {
-    using Method = MetadataQueue::WriteMethod;
     if (name == QLatin1String("direct"))
         return Method::direct;
     if (name == QLatin1String("xmp"))
@@ -56,14 +44,22 @@ std::optional<MetadataQueue::WriteMethod> writeMethodNamed(const QString& name)
     return std::nullopt;
 }
 
+std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& path)
+{
+    const auto json = readJsonFile(path);
+    if (!json)
+        return std::unexpected(json.error());
+    return MetadataMapping::decodeList(*json);
+}
+
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
-ExitStatus writeImages(const ExifImages& images, MetadataQueue::WriteMethod method,
-                       const QString& exiftool, Streams& streams)
+ExitStatus write(const ExifImages& images, Method method, const QString& exiftool, Streams& streams)
 {
     MetadataQueue& queue = MetadataQueue::shared(method);
     if (!exiftool.isEmpty())
-        queue.setExiftoolLocation(QFileInfo(exiftool).absoluteFilePath());
+        queue.setExiftoolLocation(absolutePath(exiftool));
+    queue.setCaptureOneWriter(std::make_shared<CaptureOneAdjustmentWriter>());
     queue.enqueue(images);
     std::optional<MetadataQueue::WriteResult> outcome;
     QEventLoop loop;
@@ -81,43 +77,22 @@ ExitStatus writeImages(const ExifImages& images, MetadataQueue::WriteMethod meth
     return ExitStatus::success;
 }
 
-// The write method as the assign action reads it from the preferences.
-MetadataQueue::WriteMethod preferredWriteMethod()
+// What would go out: exiftool's JSON batch, or for Capture One each group's
+// files and script.
+void printDryRun(const ExifImages& images, Method method, Streams& streams)
 {
-    const QSettings settings(QStringLiteral("Quillbrook"), QStringLiteral("Quillbrook"));
-    return MetadataQueue::writeMethodFromPreference(
-        settings.value(QStringLiteral("writeMethodValue"), 0).toInt());
-}
-
-std::optional<FileNameDataSource::MatchingStyle> matchingStyleNamed(const QString& name)
-{
-    using Style = FileNameDataSource::MatchingStyle;
-    static const std::pair<const char*, Style> names[] = {{"contains", Style::contains},
-                                                          {"equals", Style::equals},
-                                                          {"prefix", Style::prefix},
-                                                          {"regex", Style::regex},
-                                                          {"suffix", Style::suffix}};
-    for (const auto& [text, style] : names) {
-        if (name == QLatin1String(text))
-            return style;
+    if (method != Method::captureOne) {
+        Json batch = Json::array();
+        for (const auto& image : images)
+            batch.push_back(image->exiftoolJson());
+        printJson(streams.out, batch);
+        return;
     }
-    return std::nullopt;
-}
-
-std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& path)
-{
-    const auto json = readJsonFile(path);
-    if (!json)
-        return std::unexpected(json.error());
-    return MetadataMapping::decodeList(*json);
-}
-
-QList<QUrl> imageUrls(const QStringList& paths)
-{
-    QList<QUrl> urls;
-    for (const QString& path : paths)
-        urls << QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
-    return urls;
+    MetadataQueue::ImageMap byUrl;
+    for (const auto& image : images)
+        byUrl.insert_or_assign(*image->url(), image);
+    streams.out << captureOneDryRunText(captureOneDryRun(byUrl));
+    streams.out.flush();
 }
 
 } // namespace
@@ -126,34 +101,20 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Assigns metadata from a CSV file to images, by the rule rows of a "
-                       "mappings file. Folders are searched for images, recursively."));
+        QStringLiteral("Assigns metadata to images from a CSV file or from other images, by "
+                       "rule rows, and writes it. Folders are searched for images, "
+                       "recursively unless --no-recursive."));
     const AssignOptions options;
-    parser.addOptions({options.mappings, options.csv, options.key, options.match, options.dryRun,
-                       options.method, options.exiftool});
+    const SourceOptions sourceOptions;
+    parser.addOptions({options.mappings, options.dryRun, options.method});
+    parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
         return *status;
 
-    for (const QCommandLineOption* required : {&options.mappings, &options.csv, &options.key}) {
-        if (!parser.isSet(*required)) {
-            printError(streams, QStringLiteral("assign needs --%1; see 'assign --help'")
-                                    .arg(required->names().first()));
-            return ExitStatus::usage;
-        }
-    }
-    const auto style = matchingStyleNamed(parser.value(options.match));
-    if (!style) {
-        printError(streams, QStringLiteral("unknown matching style '%1'; use contains, equals, "
-                                           "prefix, regex or suffix")
-                                .arg(parser.value(options.match)));
-        return ExitStatus::usage;
-    }
-    if (parser.positionalArguments().isEmpty()) {
-        printError(streams, QStringLiteral("assign needs at least one image or folder"));
-        return ExitStatus::usage;
-    }
-    MetadataQueue::WriteMethod method = preferredWriteMethod();
+    Preferences preferences;
+    preferences.registerDefaults();
+    Method method = preferences.writeMethod();
     if (parser.isSet(options.method)) {
         const auto named = writeMethodNamed(parser.value(options.method));
         if (!named) {
@@ -164,36 +125,40 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         }
         method = *named;
     }
-
-    const auto mappings = readMappings(parser.value(options.mappings));
-    if (!mappings) {
-        printError(streams, mappings.error());
+    if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
+        printError(streams, QStringLiteral("assign needs --mappings or --document; see "
+                                           "'assign --help'"));
         return ExitStatus::usage;
     }
-    CSVDataSource source;
-    const QString csvPath = QFileInfo(parser.value(options.csv)).absoluteFilePath();
-    if (auto loaded = source.loadCSV(QUrl::fromLocalFile(csvPath)); !loaded)
-        return printCsvLoadError(streams, loaded.error());
-    const QString key = parser.value(options.key);
-    if (!source.keyNames().contains(key)) {
-        printError(streams, QStringLiteral("the CSV file has no column named '%1'").arg(key));
+    if (parser.positionalArguments().isEmpty()) {
+        printError(streams, QStringLiteral("assign needs at least one image or folder"));
         return ExitStatus::usage;
     }
-    source.buildMetadata(key);
-    source.setMatchingStyle(*style);
 
-    const URLImageProvider provider(imageUrls(parser.positionalArguments()), true);
-    const ExifImages images = mapImages(provider, source, *mappings);
-    if (!parser.isSet(options.dryRun)) {
-        if (images.empty())
-            printError(streams, QStringLiteral("no image matched a row of the CSV file"));
-        return writeImages(images, method, parser.value(options.exiftool), streams);
+    auto source = loadSource(parser, sourceOptions, streams);
+    if (!source)
+        return source.error();
+    std::vector<MetadataMapping> mappings =
+        source->documentRows.value_or(std::vector<MetadataMapping>{});
+    if (parser.isSet(options.mappings)) {
+        auto read = readMappings(parser.value(options.mappings));
+        if (!read) {
+            printError(streams, read.error());
+            return ExitStatus::usage;
+        }
+        mappings = std::move(*read);
     }
-    Json batch = Json::array();
-    for (const auto& image : images)
-        batch.push_back(image->exiftoolJson());
-    printJson(streams.out, batch);
-    return ExitStatus::success;
+
+    const URLImageProvider provider(fileUrls(parser.positionalArguments()),
+                                    !parser.isSet(sourceOptions.noRecursive));
+    const ExifImages images = mapImages(provider, *source->dataSource, mappings);
+    if (parser.isSet(options.dryRun)) {
+        printDryRun(images, method, streams);
+        return ExitStatus::success;
+    }
+    if (images.empty())
+        printError(streams, QStringLiteral("no image matched a row"));
+    return write(images, method, parser.value(sourceOptions.exiftool), streams);
 }
 
 } // namespace qb::cli

@@ -2,19 +2,29 @@
 #include "assigncommand.h"
 #include "command.h"
 #include "csvcommand.h"
+#include "documentcommand.h"
 #include "readcommand.h"
+#include "shotcommands.h"
 
 namespace qb::cli {
 
 const std::vector<Command>& commands()
 {
     static const std::vector<Command> all = {
-        {QStringLiteral("assign"), QStringLiteral("Assign metadata from a CSV file to images."),
+        {QStringLiteral("assign"), QStringLiteral("Assign metadata from rows to images."),
          assignCommand},
         {QStringLiteral("csv"), QStringLiteral("Show a CSV file as Quillbrook reads it."),
          csvCommand},
+        {QStringLiteral("document"), QStringLiteral("Show a mappings document's rows."),
+         documentCommand},
+        {QStringLiteral("folders"), QStringLiteral("Create a capture folder for each row."),
+         foldersCommand},
         {QStringLiteral("read"), QStringLiteral("Print the metadata of images as JSON."),
          readCommand},
+        {QStringLiteral("shotlist"), QStringLiteral("List the shots and their images."),
+         shotlistCommand},
+        {QStringLiteral("validate"),
+         QStringLiteral("List the images the current write method can write."), validateCommand},
     };
     return all;
 }

@@ -165,7 +165,7 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
         {"missing_key",
          {"assign", "--dry-run", "--mappings", m_mappings, "--csv", m_csv, m_dir.path()},
          2,
-         "assign needs --key"},
+         "--key COLUMN"},
         {"bad_style", base + QStringList{"--match", "fuzzy", m_dir.path()}, 2,
          "unknown matching style 'fuzzy'"},
         {"no_paths", base, 2, "at least one image"},
