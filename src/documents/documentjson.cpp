@@ -1,24 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "documentjson.h"
 
+#include "extensions/jsondecode.h"
+
 namespace qb {
-
-namespace {
-
-// nlohmann prefixes its messages with a tag such as
-// "[json.exception.parse_error.101] "; the rest reads well on its own.
-QString withoutExceptionTag(const char* message)
-{
-    QString text = QString::fromUtf8(message);
-    if (text.startsWith(QLatin1Char('['))) {
-        const qsizetype close = text.indexOf(QLatin1String("] "));
-        if (close > 0)
-            text = text.mid(close + 2);
-    }
-    return text;
-}
-
-} // namespace
 
 std::expected<QByteArray, Error> encodeDocumentJson(const Json& json)
 {
@@ -32,7 +17,7 @@ std::expected<QByteArray, Error> encodeDocumentJson(const Json& json)
         error.code = 1;
         error.errorDescription =
             QStringLiteral("The data couldn't be written because it isn't in the correct format.");
-        error.failureReason = withoutExceptionTag(failure.what());
+        error.failureReason = jsonExceptionText(failure.what());
         return std::unexpected(error);
     }
 }
@@ -55,7 +40,7 @@ std::expected<Json, Error> parseDocumentJson(const QByteArray& bytes)
         Error error = dataCorruptedError(
             QStringLiteral("The data couldn't be read because it isn't in the correct format."));
         error.failureReason = QStringLiteral("The given data was not valid JSON: %1")
-                                  .arg(withoutExceptionTag(failure.what()));
+                                  .arg(jsonExceptionText(failure.what()));
         return std::unexpected(error);
     }
 }

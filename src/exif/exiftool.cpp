@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "exiftool.h"
 
+#include "extensions/jsondecode.h"
 #include "extensions/log.h"
 #include "extensions/process.h"
 
@@ -138,13 +139,7 @@ Error ExiftoolError::toError(ExiftoolTask task) const
 
 Error exiftoolAnswerError(const char* what)
 {
-    QString reason = QString::fromUtf8(what);
-    // nlohmann starts its messages with a tag such as "[json.exception.parse_error.101] ".
-    if (reason.startsWith(QLatin1Char('['))) {
-        const qsizetype close = reason.indexOf(QLatin1String("] "));
-        if (close > 0)
-            reason = reason.mid(close + 2);
-    }
+    const QString reason = jsonExceptionText(what);
     Error error;
     error.domain = QStringLiteral("qb.ExiftoolAnswer");
     error.code = 1;

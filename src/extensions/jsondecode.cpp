@@ -118,6 +118,17 @@ const Json& JsonObject::array(const char* key) const
     return value;
 }
 
+QString jsonExceptionText(const char* what)
+{
+    QString text = QString::fromUtf8(what);
+    if (text.startsWith(QLatin1Char('['))) {
+        const qsizetype close = text.indexOf(QLatin1String("] "));
+        if (close > 0)
+            text = text.mid(close + 2);
+    }
+    return text;
+}
+
 Error decodingError(const JsonDecodeFailure& failure)
 {
     Error error;

@@ -55,6 +55,10 @@ Json toJson(const QString& text);
 
 Error decodingError(const JsonDecodeFailure& failure);
 
+// A JSON library exception's message without its internal tag such as
+// "[json.exception.parse_error.101] "; the rest reads well on its own.
+QString jsonExceptionText(const char* what);
+
 // Runs a decoder that throws JsonDecodeFailure and turns the failure into our
 // error value. Nothing else is caught: any other exception is a bug.
 template <class Decoder>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "jsonfile.h"
+#include "jsondecode.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -7,19 +8,6 @@
 namespace qb {
 
 namespace {
-
-// nlohmann prefixes its messages with an internal tag such as
-// "[json.exception.parse_error.101] "; the rest reads well on its own.
-QString withoutExceptionTag(const char* message)
-{
-    QString text = QString::fromUtf8(message);
-    if (text.startsWith(QLatin1Char('['))) {
-        const qsizetype close = text.indexOf(QLatin1String("] "));
-        if (close > 0)
-            text = text.mid(close + 2);
-    }
-    return text;
-}
 
 QString descriptionFor(JsonFileErrorCode code, const QString& path)
 {
@@ -72,7 +60,7 @@ std::expected<nlohmann::ordered_json, Error> readJsonFile(const QString& path)
     } catch (const nlohmann::ordered_json::parse_error& failure) {
         return std::unexpected(jsonFileError(
             JsonFileErrorCode::notJson, path,
-            QStringLiteral("It is not valid JSON: %1").arg(withoutExceptionTag(failure.what()))));
+            QStringLiteral("It is not valid JSON: %1").arg(jsonExceptionText(failure.what()))));
     }
 }
 
@@ -84,7 +72,7 @@ std::expected<void, Error> writeJsonFile(const nlohmann::ordered_json& value, co
     } catch (const nlohmann::ordered_json::type_error& failure) {
         // Strings that are not valid UTF-8 can't be written as JSON.
         return std::unexpected(jsonFileError(JsonFileErrorCode::notEncodable, path,
-                                             withoutExceptionTag(failure.what())));
+                                             jsonExceptionText(failure.what())));
     }
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
