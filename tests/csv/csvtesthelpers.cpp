@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <QHash>
+#include <QStringEncoder>
 
-#include <algorithm>
-#include <utility>
+#include <map>
 
 namespace qb::csvtest {
 
@@ -102,13 +102,13 @@ void expectFailure(const CSVError& error, const QString& reason)
     EXPECT_EQ(error.code(), static_cast<int>(expected.kind));
 }
 
-std::expected<Table, CSVError> readTable(const QString& text,
-                                         const CSVReader::Configuration& config)
+QList<QStringList> table(const char* rows)
 {
-    const auto view = CSVReader::readFile(text, config);
-    if (!view)
-        return std::unexpected(view.error());
-    return Table{view->headers(), view->rows()};
+    QList<QStringList> result;
+    if (*rows)
+        for (const QString& row : QString::fromUtf8(rows).split('/'))
+            result << row.split('|');
+    return result;
 }
 
 std::optional<QStringList> nextRowOf(CSVReader& reader)
@@ -121,96 +121,15 @@ std::optional<QStringList> nextRowOf(CSVReader& reader)
 QByteArray encodeText(const QString& text, TextEncoding encoding, bool withMark)
 {
     using enum TextEncoding;
-    // Built by hand: Qt's own converters treat U+FEFF as a mark to drop.
-    QString units = text;
-    if (withMark)
-        units.prepend(QChar(0xFEFF));
-    QByteArray bytes;
-    switch (encoding) {
-    case utf8:
-        return units.toUtf8();
-    case utf16BigEndian:
-    case utf16LittleEndian:
-        for (const QChar unit : units) {
-            const char high = char(unit.unicode() >> 8), low = char(unit.unicode() & 0xFF);
-            bytes.append(encoding == utf16BigEndian ? high : low);
-            bytes.append(encoding == utf16BigEndian ? low : high);
-        }
-        return bytes;
-    case utf32BigEndian:
-    case utf32LittleEndian:
-        for (const uint scalar : units.toUcs4()) {
-            QByteArray word(4, '\0');
-            for (int i = 0; i < 4; ++i)
-                word[i] = char(scalar >> (8 * (3 - i)) & 0xFF);
-            if (encoding == utf32LittleEndian)
-                std::reverse(word.begin(), word.end());
-            bytes += word;
-        }
-        return bytes;
-    default:
-        ADD_FAILURE() << "no test encoder for this encoding";
-        return bytes;
-    }
-}
-
-FakeByteSource::FakeByteSource(QByteArray bytes, qsizetype chunk, std::shared_ptr<Log> log,
-                               std::optional<qsizetype> failAfter)
-    : m_bytes(std::move(bytes))
-    , m_chunk(chunk)
-    , m_log(std::move(log))
-    , m_failAfter(failAfter)
-{
-}
-
-void FakeByteSource::open()
-{
-    ++m_log->opens;
-    setStatus(Status::open);
-}
-
-void FakeByteSource::close()
-{
-    ++m_log->closes;
-    setStatus(Status::closed);
-}
-
-qint64 FakeByteSource::read(std::uint8_t* buffer, qint64 maxLength)
-{
-    if (m_status == Status::atEnd)
-        return 0;
-    if (m_status != Status::open)
-        return -1;
-    if (m_failAfter && m_position >= *m_failAfter) {
-        setStatus(Status::error);
-        return -1;
-    }
-    qsizetype count = std::min(maxLength, m_bytes.size() - m_position);
-    if (!std::exchange(m_firstRead, false))
-        count = std::min(count, m_chunk);
-    if (m_failAfter)
-        count = std::min(count, *m_failAfter - m_position);
-    std::copy_n(m_bytes.constData() + m_position, count, reinterpret_cast<char*>(buffer));
-    m_position += count;
-    if (count == 0)
-        setStatus(Status::atEnd);
-    return count;
-}
-
-std::optional<Error> FakeByteSource::error() const
-{
-    if (m_status != Status::error)
-        return std::nullopt;
-    Error error;
-    error.domain = QStringLiteral("fake");
-    error.errorDescription = QStringLiteral("the cable came loose");
-    return error;
-}
-
-void FakeByteSource::setStatus(Status status)
-{
-    m_status = status;
-    m_log->lastStatus = status;
+    const std::map<TextEncoding, QStringConverter::Encoding> qtEncodings{
+        {utf8, QStringConverter::Utf8},
+        {utf16BigEndian, QStringConverter::Utf16BE},
+        {utf16LittleEndian, QStringConverter::Utf16LE},
+        {utf32BigEndian, QStringConverter::Utf32BE},
+        {utf32LittleEndian, QStringConverter::Utf32LE}};
+    QStringEncoder encoder(qtEncodings.at(encoding), withMark ? QStringConverter::Flag::WriteBom
+                                                              : QStringConverter::Flag::Default);
+    return encoder.encode(text);
 }
 
 } // namespace qb::csvtest

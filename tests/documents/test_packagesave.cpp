@@ -27,10 +27,8 @@ public:
     explicit ReadOnlyFolder(const QString& path)
         : m_path(path)
     {
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
-                                        QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther);
-        if (::geteuid() == 0)
-            m_immutable = setImmutable(true);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner);
+        m_immutable = ::geteuid() == 0 && setImmutable(true);
     }
     ~ReadOnlyFolder()
     {
@@ -44,15 +42,12 @@ private:
     bool setImmutable(bool on) const
     {
         const int fd = ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_DIRECTORY);
-        if (fd < 0)
-            return false;
         int flags = 0;
-        bool done = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-        if (done) {
-            flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-            done = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
-        }
-        ::close(fd);
+        bool done = fd >= 0 && ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
+        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+        done = done && ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
+        if (fd >= 0)
+            ::close(fd);
         return done;
     }
 

@@ -4,12 +4,20 @@
 #include "exif/processrunner.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <limits>
 #include <vector>
 
 namespace qb::testing {
+
+// Passes the checks made before a run; the fake runner never starts it.
+inline const QString anyProgram = QStringLiteral("/bin/sh");
+
+// "a|b c" as the argument list {"a", "b c"}.
+inline QStringList arguments(const char* joined)
+{
+    return *joined ? QString::fromUtf8(joined).split('|') : QStringList();
+}
 
 // Records each command line instead of starting a process, and answers every
 // run with `result`.
@@ -24,9 +32,8 @@ public:
     ProcessRunResult run(const QString& program, const QStringList& arguments) override
     {
         Run run{program, arguments, {}};
-        if (const qsizetype at = arguments.indexOf(QStringLiteral("-@"));
-            at >= 0 && at + 1 < arguments.size()) {
-            QFile file(arguments[at + 1]);
+        if (const qsizetype at = arguments.indexOf(QStringLiteral("-@")); at >= 0) {
+            QFile file(arguments.value(at + 1));
             if (file.open(QIODevice::ReadOnly))
                 run.argumentFile = file.readAll();
         }
@@ -38,24 +45,6 @@ public:
     std::vector<Run> runs;
     ProcessRunResult result = ProcessOutcome{};
     qint64 limit = std::numeric_limits<qint64>::max();
-};
-
-// An executable file that passes the checks made before a run; the fake
-// runner never starts it.
-class ExecutableFile {
-public:
-    ExecutableFile()
-    {
-        QFile file(path());
-        if (file.open(QIODevice::WriteOnly))
-            file.write("#!/bin/sh\nexit 0\n");
-        file.close();
-        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-    QString path() const { return m_dir.filePath(QStringLiteral("exiftool")); }
-
-private:
-    QTemporaryDir m_dir;
 };
 
 } // namespace qb::testing

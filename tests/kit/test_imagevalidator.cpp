@@ -2,7 +2,7 @@
 #include "kit/imagevalidator.h"
 #include "kit/preferences.h"
 
-#include "filetree.h"
+#include "testsupport.h"
 
 #include <QStandardPaths>
 
@@ -23,29 +23,22 @@ TEST_F(ImageValidatorTest, DirectWritingKeepsWritableExtensionsAndFolders)
     } rows[] = {
         {touch("a.jpg"), true},
         {touch("b.JPG"), true},
-        {touch("c.Jpg"), true},
-        {touch("d.cr3"), true},
         {url("missing.nef"), true}, // stands or falls by its extension
         {touch("e.txt"), false},
-        {touch("f.bmp"), false},
         {touch("noextension"), false},
         {touch(".jpg"), false}, // a hidden name, no extension
         {touch("g.jpg.txt"), false},
         {url("missing"), false},
         {folder("shoot.txt"), true},
-        {folder("plain"), true},
-        {QUrl::fromLocalFile(path("plain") + "/"), true},
+        {QUrl::fromLocalFile(folder("plain").toLocalFile() + "/"), true},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.url.toString().toStdString());
-        const Validated result = ImageValidator::validate({row.url}, 0);
-        EXPECT_EQ(result.validImages.size(), row.valid ? 1 : 0);
-        EXPECT_EQ(result.invalidCount, row.valid ? 0 : 1);
-        EXPECT_EQ(result.message.has_value(), !row.valid);
+        EXPECT_EQ(ImageValidator::validate({row.url}, 0).invalidCount, row.valid ? 0 : 1);
     }
 }
 
-TEST_F(ImageValidatorTest, MessageCountsTheLeftOutImagesWithoutSingular)
+TEST_F(ImageValidatorTest, MessageCountsTheLeftOutImagesAndOnlyDirectWritingIsPicky)
 {
     const Validated result =
         ImageValidator::validate({touch("a.jpg"), touch("notes.txt"), touch("b.tif")}, 0);
@@ -54,17 +47,14 @@ TEST_F(ImageValidatorTest, MessageCountsTheLeftOutImagesWithoutSingular)
                              QStringLiteral("Exiftool can't write to 1 of the selected images. "
                                             "They will be ignored.")};
     EXPECT_EQ(result, expected);
-}
 
-TEST_F(ImageValidatorTest, OnlyDirectWritingIsPicky)
-{
-    const QList<QUrl> urls{touch("notes.txt"), touch("a.jpg"), url("missing")};
+    // Only direct writing is picky.
+    const QList<QUrl> urls{url("notes.txt"), url("a.jpg"), url("missing")};
     for (int method : {1, 2, 5, -1}) {
         SCOPED_TRACE(method);
         EXPECT_EQ(ImageValidator::validate(urls, method), (Validated{urls, 0, std::nullopt}));
     }
     EXPECT_EQ(ImageValidator::validate(urls, 0).invalidCount, 2);
-    EXPECT_EQ(ImageValidator::validate({}, 0), Validated{});
 }
 
 TEST_F(ImageValidatorTest, ReadsTheStoredWriteMethod)

@@ -1,85 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "kit/metadataqueue.h"
 
+#include "testsupport.h"
+
 #include "exif/metadatareader.h"
 #include "extensions/log.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QRegularExpression>
+#include <QThread>
 #include <QTimer>
 
 #include <gtest/gtest.h>
-
-#include <condition_variable>
-#include <mutex>
 
 using namespace qb;
 using Method = MetadataQueue::WriteMethod;
 
 namespace {
-
-QCoreApplication& application()
-{
-    static int argc = 1;
-    static char name[] = "qb_kit_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv); // the queue's timers and completions need one
-    return *QCoreApplication::instance();
-}
-
-// Stands in for exiftool: records each command line, answers as told, and
-// can hold a run until the test lets it go.
-class FakeRunner : public ProcessRunner {
-public:
-    ProcessRunResult run(const QString& program, const QStringList& arguments) override
-    {
-        std::unique_lock lock(m_mutex);
-        m_calls.push_back(arguments);
-        m_started = true;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return !m_hold; });
-        Q_UNUSED(program);
-        return m_outcome;
-    }
-    qint64 commandLineLimit() const override { return 1 << 20; }
-
-    void hold()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_hold = true;
-    }
-    void waitUntilStarted()
-    {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return m_started; });
-    }
-    void release()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_hold = false;
-        m_changed.notify_all();
-    }
-    void fail(int status, const QByteArray& standardError)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_outcome = ProcessOutcome{status, false, {}, standardError};
-    }
-    std::vector<QStringList> calls()
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_calls;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_hold = false;
-    bool m_started = false;
-    ProcessOutcome m_outcome;
-    std::vector<QStringList> m_calls;
-};
 
 std::shared_ptr<ExifImage> image(const QString& path, const QString& title)
 {
@@ -92,7 +29,7 @@ class MetadataQueueTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        application();
+        qb::testing::ensureApplication();
         setPrintSink([this](const QString& text) { m_printed << text; });
         setLogSink([this](const QString& text) { m_logged << text; });
     }
@@ -104,30 +41,40 @@ protected:
 
     std::unique_ptr<MetadataQueue> makeQueue(Method method, double timerBuffer = 60.0)
     {
-        auto writer = std::make_unique<MetadataReader>(m_runner);
-        auto queue =
-            std::make_unique<MetadataQueue>(method, timerBuffer, false, std::move(writer),
-                                            [] { return QDateTime::currentDateTimeUtc(); });
-        queue->setExiftoolLocation(QStringLiteral("/bin/true")); // exists and runs; never started
+        auto queue = std::make_unique<MetadataQueue>(
+            method, timerBuffer, false, std::make_unique<MetadataReader>(m_runner),
+            [] { return QDateTime::currentDateTimeUtc(); });
+        queue->setExiftoolLocation(QStringLiteral("/bin/true")); // exists; the fake runs instead
         return queue;
     }
 
-    // Waits for the write's completion on the main thread, never for ever.
-    MetadataQueue::WriteResult writeAndWait(MetadataQueue& queue)
+    // Starts a write, runs `during` once the write has begun, then waits for
+    // the completion on the main thread, never for ever.
+    MetadataQueue::WriteResult writeAndWait(MetadataQueue& queue,
+                                            const std::function<void()>& during = {})
     {
         std::optional<MetadataQueue::WriteResult> outcome;
         QEventLoop loop;
+        m_runner->holding = bool(during);
         queue.write([&](const MetadataQueue::WriteResult& result) {
             outcome = result;
             loop.quit();
         });
+        if (during) {
+            EXPECT_TRUE(m_runner->started.try_acquire_for(std::chrono::seconds(10)));
+            during();
+            m_runner->holding = false;
+            m_runner->proceed.release();
+        }
         QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-        loop.exec();
+        if (!outcome)
+            loop.exec();
         EXPECT_TRUE(outcome.has_value()) << "no completion within 10 s";
         return outcome.value_or(std::unexpected(Error{}));
     }
 
-    std::shared_ptr<FakeRunner> m_runner = std::make_shared<FakeRunner>();
+    std::shared_ptr<qb::testing::FakeExiftool> m_runner =
+        std::make_shared<qb::testing::FakeExiftool>();
     QStringList m_printed;
     QStringList m_logged;
 };
@@ -160,8 +107,7 @@ TEST_F(MetadataQueueTest, XmpWriteNamesTheSidecarsInTheExchangeFile)
     const auto raw = image("/shots/A1.CR3", "x");
     queue->enqueue({raw});
     ASSERT_TRUE(writeAndWait(*queue).has_value());
-    const QStringList arguments = m_runner->calls().front();
-    EXPECT_EQ(arguments.mid(1),
+    EXPECT_EQ(m_runner->calls().front().mid(1),
               QStringList({"-srcfile", "%d%f.xmp", "/shots/A1.CR3", "-overwrite_original"}));
     EXPECT_EQ(raw->url(), QUrl::fromLocalFile("/shots/A1.xmp"));
 }
@@ -169,7 +115,7 @@ TEST_F(MetadataQueueTest, XmpWriteNamesTheSidecarsInTheExchangeFile)
 TEST_F(MetadataQueueTest, FailureKeepsEveryImageAndTheTimer)
 {
     auto queue = makeQueue(Method::direct);
-    m_runner->fail(1, "Error: File not found - /shots/gone.jpg\n");
+    m_runner->outcome = ProcessOutcome{1, false, {}, "Error: File not found - /shots/gone.jpg\n"};
     queue->enqueue({image("/shots/a.jpg", "a"), image("/shots/gone.jpg", "b")});
     const auto result = writeAndWait(*queue);
     ASSERT_FALSE(result.has_value());
@@ -180,7 +126,7 @@ TEST_F(MetadataQueueTest, FailureKeepsEveryImageAndTheTimer)
     EXPECT_TRUE(queue->statusText().has_value());
 }
 
-TEST_F(MetadataQueueTest, MissingExiftoolIsReportedWithItsPath)
+TEST_F(MetadataQueueTest, MissingExiftoolOrCaptureOneWriterFailsAndKeepsTheImages)
 {
     auto queue = makeQueue(Method::xmp);
     queue->setExiftoolLocation("/nowhere/exiftool");
@@ -189,30 +135,22 @@ TEST_F(MetadataQueueTest, MissingExiftoolIsReportedWithItsPath)
     ASSERT_FALSE(result.has_value());
     EXPECT_TRUE(result.error().message().contains("exiftool not found at /nowhere/exiftool"));
     EXPECT_EQ(queue->imageCount(), 1);
+
+    auto captureOne = makeQueue(Method::captureOne);
+    captureOne->enqueue({image("/shots/a.jpg", "a")});
+    EXPECT_FALSE(writeAndWait(*captureOne).has_value());
+    EXPECT_EQ(captureOne->imageCount(), 1);
     EXPECT_TRUE(m_runner->calls().empty());
 }
 
 TEST_F(MetadataQueueTest, ImagesEnqueuedDuringAWriteStayQueued)
 {
     auto queue = makeQueue(Method::direct);
-    const auto first = image("/shots/a.jpg", "a");
-    queue->enqueue({first, image("/shots/b.jpg", "b")});
-    m_runner->hold();
-    std::optional<MetadataQueue::WriteResult> outcome;
-    QEventLoop loop;
-    queue->write([&](const MetadataQueue::WriteResult& result) {
-        outcome = result;
-        loop.quit();
-    });
-    m_runner->waitUntilStarted();
+    queue->enqueue({image("/shots/a.jpg", "a"), image("/shots/b.jpg", "b")});
     // While exiftool runs: one new image, and a new version of one in the batch.
     const auto late = image("/shots/c.jpg", "c");
     const auto again = image("/shots/b.jpg", "b2");
-    queue->enqueue({late, again});
-    m_runner->release();
-    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-    loop.exec();
-    ASSERT_TRUE(outcome && outcome->has_value());
+    ASSERT_TRUE(writeAndWait(*queue, [&] { queue->enqueue({late, again}); }).has_value());
 
     const auto pending = queue->imageQueue();
     ASSERT_EQ(pending.size(), 2u);
@@ -232,15 +170,10 @@ TEST_F(MetadataQueueTest, TimerWritesByItselfAndPauseStopsIt)
     queue->setPaused(false);
     ASSERT_TRUE(queue->hasTimer());
 
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (queue->imageCount() == 0)
-            loop.quit();
-    });
-    poll.start(10);
-    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
-    loop.exec();
+    for (int i = 0; i < 2000 && queue->imageCount() > 0; ++i) { // 10 s at most
+        QCoreApplication::processEvents();
+        QThread::msleep(5);
+    }
     EXPECT_EQ(queue->imageCount(), 0);
     EXPECT_EQ(m_runner->calls().size(), 1u);
     EXPECT_TRUE(m_printed.contains("MetadataQueue timer block has been called"));
@@ -269,26 +202,6 @@ TEST_F(MetadataQueueTest, EnqueueReplacesByUrlAndSaysSo)
     queue->clearQueue();
     EXPECT_EQ(queue->imageCount(), 0);
     EXPECT_FALSE(queue->hasTimer());
-}
-
-TEST_F(MetadataQueueTest, WriteMethodsFromPreferences)
-{
-    const std::pair<int, Method> cases[] = {{0, Method::direct},
-                                            {1, Method::xmp},
-                                            {2, Method::captureOne},
-                                            {5, Method::xmp},
-                                            {-1, Method::xmp}};
-    for (const auto& [raw, method] : cases) {
-        SCOPED_TRACE(raw);
-        EXPECT_EQ(MetadataQueue::writeMethodFromPreference(raw), method);
-    }
-    EXPECT_FALSE(MetadataQueue::writeMethodFromRawValue(3).has_value());
-
-    auto queue = makeQueue(Method::captureOne);
-    queue->enqueue({image("/shots/a.jpg", "a")});
-    const auto result = writeAndWait(*queue);
-    ASSERT_FALSE(result.has_value());
-    EXPECT_EQ(queue->imageCount(), 1);
 }
 
 } // namespace

@@ -4,11 +4,9 @@
 #include "kit/textfiledatasource.h"
 #include "kit/urlimageprovider.h"
 
-#include "filetree.h"
+#include "testsupport.h"
 
 #include "extensions/log.h"
-
-#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 
@@ -18,40 +16,22 @@ namespace {
 
 using qb::testing::FileTree;
 
-// --- expansion of the user's files and folders -----------------------------
-
 using ExpansionTest = FileTree;
 
-TEST_F(ExpansionTest, FolderGivesItsImagesAndMoviesButNotOtherFiles)
+TEST_F(ExpansionTest, FoldersGiveTheirImagesAndMoviesOnceInTheOrderFirstMet)
 {
-    for (const char* name : {"s/b.jpg", "s/a.JPG", "s/notes.txt", "s/clip.mov", "s/song.mp3",
-                             "s/raw.IIQ", "s/.jpg", "s/noextension", "s/.hidden.png"})
+    for (const char* name :
+         {"s/b.jpg", "s/a.JPG", "s/notes.txt", "s/clip.mov", "s/song.mp3", "s/raw.IIQ", "s/.jpg",
+          "s/noextension", "s/.hidden.png", "s/sub/deep.jpg"})
         touch(name);
     folder("s/dir.jpg"); // a folder is never an image, whatever its name
-    const URLImageProvider provider({url("s")}, true);
-    EXPECT_EQ(provider.images(), urls({"s/.hidden.png", "s/a.JPG", "s/b.jpg", "s/clip.mov",
-                                       "s/raw.IIQ", "s/song.mp3"}));
-    EXPECT_EQ(provider.imageNames(), QStringList({".hidden", "a", "b", "clip", "raw", "song"}));
-}
-
-TEST_F(ExpansionTest, RecursionDecidesWhetherSubfoldersAreSearched)
-{
-    touch("s/top.jpg");
-    touch("s/sub/deep.jpg");
-    touch("s/sub/deeper/deepest.png");
-    URLImageProvider provider({url("s")}, false);
-    EXPECT_EQ(provider.images(), urls({"s/top.jpg"}));
-    provider.setRecursive(true);
-    EXPECT_EQ(provider.images(), urls({"s/sub/deep.jpg", "s/sub/deeper/deepest.png", "s/top.jpg"}));
-}
-
-TEST_F(ExpansionTest, EachImageAppearsOnceInTheOrderFirstMet)
-{
-    touch("s/a.jpg");
-    touch("s/b.jpg");
     const QUrl withSlash = QUrl::fromLocalFile(path("s") + "/");
-    const URLImageProvider provider({url("s/b.jpg"), url("s"), url("s/b.jpg"), withSlash}, true);
-    EXPECT_EQ(provider.images(), urls({"s/b.jpg", "s/a.jpg"}));
+    URLImageProvider provider({url("s/b.jpg"), url("s"), url("s/b.jpg"), withSlash}, false);
+    EXPECT_EQ(provider.images(), urls({"s/b.jpg", "s/.hidden.png", "s/a.JPG", "s/clip.mov",
+                                       "s/raw.IIQ", "s/song.mp3"}));
+    EXPECT_EQ(provider.imageNames(), QStringList({"b", ".hidden", "a", "clip", "raw", "song"}));
+    provider.setRecursive(true);
+    EXPECT_EQ(provider.images().last(), url("s/sub/deep.jpg"));
 }
 
 TEST_F(ExpansionTest, CaptureOneFolderAndMissingPathsStandForThemselves)
@@ -70,29 +50,12 @@ TEST_F(ExpansionTest, CaptureOneFolderAndMissingPathsStandForThemselves)
     EXPECT_TRUE(URLImageProvider().images().isEmpty());
 }
 
-// --- shots ------------------------------------------------------------------
-
-TEST(ShotRequestTest, DescriptionMarksShotsWithImages)
+TEST(ShotRequestTest, DescriptionAndOrdering)
 {
-    const struct {
-        ShotRequest shot;
-        QString description;
-    } rows[] = {
-        {{"A12", {}}, QString::fromUtf8("\u2610 A12: 0 images")},
-        {{"A12", {QUrl("file:///a/A12.jpg")}}, QString::fromUtf8("\u2611\uFE0E A12: 1 images")},
-        {{"%1 50%", {}}, QString::fromUtf8("\u2610 %1 50%: 0 images")},
-        {{"B 7", {QUrl("file:///a"), QUrl("file:///b")}},
-         QString::fromUtf8("\u2611\uFE0E B 7: 2 images")},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.description.toStdString());
-        EXPECT_EQ(row.shot.description(), row.description);
-        EXPECT_EQ(row.shot.hasImages(), !row.shot.images.isEmpty());
-    }
-}
+    EXPECT_EQ(ShotRequest({"A12", {}}).description(), QString::fromUtf8("\u2610 A12: 0 images"));
+    EXPECT_EQ(ShotRequest({"%1 50%", {QUrl("file:///a/x.jpg")}}).description(),
+              QString::fromUtf8("\u2611\uFE0E %1 50%: 1 images"));
 
-TEST(ShotRequestTest, SortingUsesThePlainOrdering)
-{
     std::vector<ShotRequest> shots{{"b", {}}, {"B", {}}, {"a10", {}}, {"a2", {}}};
     sortShotRequests(shots);
     QStringList names;
@@ -106,13 +69,6 @@ protected:
     std::shared_ptr<TextFileDataSource> m_source =
         std::make_shared<TextFileDataSource>(QStringList{"A12", "B7", "C1"});
 };
-
-TEST_F(ShotlistTest, WithoutImagesEveryKeyIsAnEmptyShot)
-{
-    ShotlistCoordinator coordinator(std::make_shared<URLImageProvider>(), m_source);
-    const std::vector<ShotRequest> expected{{"A12", {}}, {"B7", {}}, {"C1", {}}};
-    EXPECT_EQ(coordinator.shotRequests(), expected);
-}
 
 TEST_F(ShotlistTest, MatchingFolderDecidesWhichImagesBelongToAShot)
 {
@@ -134,8 +90,6 @@ TEST_F(ShotlistTest, MatchingFolderDecidesWhichImagesBelongToAShot)
                 {"C1", {}}};
     EXPECT_EQ(coordinator.shotRequests(), expected);
 }
-
-// --- capture folders --------------------------------------------------------
 
 TEST_F(ShotlistTest, CreateFoldersTwiceIsFineAndTheProviderKeepsEachImageOnce)
 {
@@ -188,12 +142,7 @@ TEST_F(ShotlistTest, AFailureStopsTheRunAndLeavesTheProviderAlone)
 
 TEST_F(ShotlistTest, QueueTakesTheCoordinatorsSourceAndImages)
 {
-    if (!QCoreApplication::instance()) {
-        static int argc = 1;
-        static char name[] = "qb_kit_tests";
-        static char* argv[] = {name, nullptr};
-        new QCoreApplication(argc, argv); // the queue's timer needs one
-    }
+    qb::testing::ensureApplication();
     setPrintSink([](const QString&) {});
     auto source = std::make_shared<FileNameDataSource>(
         MetadataTable{{"A12", {{"title", "Red shoe"}}}, {"B7", {}}});
