@@ -156,8 +156,11 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         printDryRun(images, method, streams);
         return ExitStatus::success;
     }
-    if (images.empty())
-        printError(streams, QStringLiteral("no image matched a row"));
+    if (images.empty()) {
+        // Nothing to hand to exiftool, which would only fail on an empty batch.
+        printError(streams, QStringLiteral("no image matched a row; nothing was written"));
+        return ExitStatus::success;
+    }
     return write(images, method, parser.value(sourceOptions.exiftool), streams);
 }
 

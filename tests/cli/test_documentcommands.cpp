@@ -148,6 +148,16 @@ TEST_F(DocumentCommands, ImageSourceRowsComeFromOtherImages)
     EXPECT_EQ(batch[0].toObject()["XMP:Headline"].toString(), "From source");
 }
 
+TEST_F(DocumentCommands, NothingMatchedWritesNothingAndSaysSo)
+{
+    const CliResult result = runCli({"assign", "--method", "direct", "--key", "Title", "--document",
+                                     examples + "/sample.qbmap", shoot()});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(result.out.isEmpty());
+    EXPECT_TRUE(result.err.contains("no image matched a row; nothing was written"))
+        << result.err.toStdString();
+}
+
 TEST_F(DocumentCommands, CaptureOneIsNotRunningHere)
 {
     const CliResult write = runCli(
