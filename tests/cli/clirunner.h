@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -46,6 +50,26 @@ inline CliResult runCli(const QStringList& arguments, const QString& workingDire
     result.out = QString::fromUtf8(process.readAllStandardOutput());
     result.err = QString::fromUtf8(process.readAllStandardError());
     return result;
+}
+
+// Writes `bytes` to `path`, making its folder first; returns the path.
+inline QString writeFile(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+    file.write(bytes);
+    return path;
+}
+
+// A small real JPEG, made with its folder; returns the path.
+inline QString makeJpeg(const QString& path)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QImage image(8, 8, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    EXPECT_TRUE(image.save(path, "JPEG")) << path.toStdString();
+    return path;
 }
 
 } // namespace qb::test

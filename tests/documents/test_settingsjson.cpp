@@ -39,7 +39,6 @@ TEST(SettingsJson, CSVSettingsThatDontDecodeSayWhere)
         {"{\"selectedMatchStyle\": 2}", "keyNames"},
         {"{\"keyNames\": [\"a\", 3], \"selectedMatchStyle\": 2}", "keyNames[1]"},
         {"{\"keyNames\": [], \"selectedMatchStyle\": \"2\"}", "selectedMatchStyle"},
-        {"{\"keyNames\": [], \"selectedHeader\": 1, \"selectedMatchStyle\": 2}", "selectedHeader"},
         {"{\"keyNames\": [\"Shot\"], \"selectedMatchStyle\": 2, \"currentURL\": \"" +
              bookmark.toLatin1() + "\"}",
          "currentURL"},

@@ -59,13 +59,10 @@ TEST(ExifImageTyped, ReadsOnlyTheDeclaredKind)
 TEST(ExifImageTyped, WritesStoreTheMatchingKindAndNothingRemovesTheKey)
 {
     ExifImage image(QUrl::fromLocalFile("/shots/a.jpg"));
-    image.setTypedValue(TagGroup::XMP::Rating(), 4);
     image.setTypedValue(TagGroup::XMP::Subject(), QStringList{"sea", "ice"});
     image.setTypedValue(TagGroup::EXIF::CreateDate(), someDate);
     image.setTypedValue(TagGroup::File::Directory(), QUrl::fromLocalFile("/shots"));
-    EXPECT_EQ(image.typedValue(TagGroup::XMP::Rating()), 4);
-    EXPECT_EQ(image.typedValue(TagGroup::XMP::Subject()), (QStringList{"sea", "ice"}));
-    EXPECT_EQ(image.typedValue(TagGroup::EXIF::CreateDate()), someDate);
+    EXPECT_EQ(image.value(TagGroup::XMP::Subject()), DynamicValue::stringList({"sea", "ice"}));
     EXPECT_EQ(image.value(TagGroup::File::Directory()),
               DynamicValue(QUrl::fromLocalFile("/shots")));
 

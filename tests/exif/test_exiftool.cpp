@@ -49,7 +49,6 @@ TEST(ExifTool, AssemblesConfigInFrontAndOverwriteAtTheEnd)
         const char* expected;
     };
     const Row rows[] = {
-        {ExiftoolConfig::none(), false, "-n|/a b/c.jpg", "-n|/a b/c.jpg"},
         {ExiftoolConfig::none(), true, "", "-overwrite_original"},
         {ExiftoolConfig::path("/cfg/x.config"), true, "-json|/a.jpg",
          "-config|/cfg/x.config|-json|/a.jpg|-overwrite_original"},

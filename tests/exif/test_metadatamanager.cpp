@@ -91,17 +91,6 @@ TEST(MetadataManager, RunsExiftoolWithTheseCommandLines)
     EXPECT_EQ(h.writer.tags().size(), 1u);
 }
 
-TEST(MetadataManager, TracesUntilVerboseIsFirstSet)
-{
-    MetadataReader reader(std::make_shared<FakeProcessRunner>());
-    MetadataBatchWriter writer({}, {}, std::make_shared<FakeProcessRunner>());
-    for (MetadataManager* manager : std::initializer_list<MetadataManager*>{&reader, &writer}) {
-        EXPECT_TRUE(bool(manager->exiftool().trace()));
-        manager->setVerbose(false);
-        EXPECT_FALSE(bool(manager->exiftool().trace()));
-    }
-}
-
 TEST(MetadataReader, ReadKeepsOneImagePerSourceFileAndCountsEveryObject)
 {
     Harness harness;

@@ -24,7 +24,6 @@ TEST(MatchingStyles, KeyIsLookedForInTheName)
         bool matches;
     } cases[] = {
         {Style::prefix, "A12", "/s/A12_1.jpg", true},
-        {Style::prefix, "A12", "/s/A123.jpg", true},
         {Style::prefix, "a12", "/s/A12_1.jpg", false},
         {Style::prefix, "", "/s/anything.jpg", true},
         {Style::prefix, "s", "/s/A12.jpg", false}, // folders play no part
@@ -36,15 +35,12 @@ TEST(MatchingStyles, KeyIsLookedForInTheName)
         {Style::contains, "12_", "/s/A12_1.jpg", true},
         {Style::contains, "A12_1", "/s/A12.jpg", false}, // never the other way round
         {Style::suffix, "_1", "/s/A12_1.jpg", true},
-        {Style::suffix, "", "/s/A12_1.jpg", true},
         {Style::suffix, "jpg", "/s/A12_1.jpg", false},
         {Style::regex, "^A1[0-9]$", "/s/A12.jpg", true},
         {Style::regex, "^A1[0-9]$", "/s/A123.jpg", false},
         {Style::regex, "1[0-9]", "/s/xA12y.jpg", true}, // unanchored
         {Style::regex, "[", "/s/A12.jpg", false},
-        {Style::regex, "a12", "/s/A12.jpg", false},
         {Style::regex, "\\.final$", "/s/A.final.CR3", true},
-        {Style::prefix, ".hidden", "/s/.hidden", true},
         {Style::equals, "folder", "/s/folder/", true},
     };
     for (const auto& c : cases) {
