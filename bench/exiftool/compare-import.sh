@@ -45,22 +45,42 @@ with open(os.path.join(work, "mappings.json"), "w") as f:
     json.dump(mappings, f)
 PY
 
-for side in ours theirs xmp; do
-    mkdir -p "$work/$side"
-    for ((i = 0; i < count; i++)); do
-        printf -v name 'IMG_%05d.jpg' "$i"
-        cp "$template" "$work/$side/$name"
+fresh_copies() {
+    for side in "$@"; do
+        rm -rf "${work:?}/$side" && mkdir -p "$work/$side"
+        for ((i = 0; i < count; i++)); do
+            printf -v name 'IMG_%05d.jpg' "$i"
+            cp "$template" "$work/$side/$name"
+        done
     done
-done
-sync
+    sync
+}
 
 now() { date +%s.%N; }
+ours() {
+    local t0; t0=$(now)
+    "$cli" assign --method direct --exiftool "$exiftool" --mappings "$work/mappings.json" \
+        --csv "$work/ours.csv" --key Shot --match equals "$work/ours" >/dev/null
+    python3 -c "import sys; print(float(sys.argv[2]) - float(sys.argv[1]))" "$t0" "$(now)"
+}
+theirs() {
+    local t0; t0=$(now)
+    "$exiftool" -q -csv="$work/theirs.csv" -sep ", " -overwrite_original "$work/theirs" >/dev/null
+    python3 -c "import sys; print(float(sys.argv[2]) - float(sys.argv[1]))" "$t0" "$(now)"
+}
 
-t0=$(now)
-"$cli" assign --method direct --exiftool "$exiftool" --mappings "$work/mappings.json" \
-    --csv "$work/ours.csv" --key Shot --match equals "$work/ours" >/dev/null
-t1=$(now)
-"$exiftool" -q -csv="$work/theirs.csv" -sep ", " -overwrite_original "$work/theirs" >/dev/null
+# Three rounds on fresh copies, the order alternating, so that neither side
+# always runs first; the medians are compared.
+ours_times=() theirs_times=()
+for round in 1 2 3; do
+    fresh_copies ours theirs
+    if ((round % 2)); then
+        ours_times+=("$(ours)"); theirs_times+=("$(theirs)")
+    else
+        theirs_times+=("$(theirs)"); ours_times+=("$(ours)")
+    fi
+done
+fresh_copies xmp
 t2=$(now)
 "$cli" assign --method xmp --exiftool "$exiftool" --mappings "$work/mappings.json" \
     --csv "$work/ours.csv" --key Shot --match equals "$work/xmp" >/dev/null
@@ -72,14 +92,17 @@ theirs=$("$exiftool" -q -j -XMP-dc:Title -EXIF:Artist -XMP-dc:Subject "$work/the
 [ "$ours" = "$theirs" ] || { echo "the two sides wrote different values:"; echo "$ours"; echo "$theirs"; exit 1; }
 sidecars=$(find "$work/xmp" -name '*.xmp' | wc -l)
 
-python3 - "$t0" "$t1" "$t2" "$t3" "$count" "$sidecars" <<'PY'
-import sys
-t0, t1, t2, t3 = map(float, sys.argv[1:5])
+python3 - "${ours_times[*]}" "${theirs_times[*]}" "$t2" "$t3" "$count" "$sidecars" <<'PY'
+import statistics, sys
+ours_all = [float(t) for t in sys.argv[1].split()]
+theirs_all = [float(t) for t in sys.argv[2].split()]
+t2, t3 = float(sys.argv[3]), float(sys.argv[4])
 count, sidecars = int(sys.argv[5]), int(sys.argv[6])
-ours, theirs, xmp = t1 - t0, t2 - t1, t3 - t2
-print(f"direct write of {count} JPEGs from a {count}-row CSV")
-print(f"  quillbrook-cli assign --method direct : {ours:7.2f} s")
-print(f"  exiftool -csv= import                 : {theirs:7.2f} s")
+ours, theirs, xmp = statistics.median(ours_all), statistics.median(theirs_all), t3 - t2
+runs = lambda times: ", ".join(f"{t:.2f}" for t in times)
+print(f"direct write of {count} JPEGs from a {count}-row CSV (median of 3 rounds)")
+print(f"  quillbrook-cli assign --method direct : {ours:7.2f} s  ({runs(ours_all)})")
+print(f"  exiftool -csv= import                 : {theirs:7.2f} s  ({runs(theirs_all)})")
 print(f"  ratio (ours / exiftool)               : {ours / theirs:7.3f}  (target <= 1.10)")
 print(f"xmp sidecar write of the same set       : {xmp:7.2f} s ({sidecars} sidecars)")
 PY
