@@ -14,11 +14,7 @@
 #include <optional>
 #include <ostream>
 
-// Readable test output for texts.
-inline void PrintTo(const QString& text, std::ostream* out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
+#include "../support/printing.h"
 
 namespace qb::csvtest {
 
