@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "rules/criterion.h"
+
+#include <QList>
+#include <QString>
+#include <QWidget>
+
+class QAction;
+class QVBoxLayout;
+
+namespace qb {
+
+class RuleEditor;
+class RuleRow;
+
+// What a rule editor asks about its tree; it knows nothing else of it. A
+// null criterion stands for the top of the tree.
+class RuleEditorDelegate {
+public:
+    virtual ~RuleEditorDelegate() = default;
+    virtual int numberOfChildren(const Criterion* criterion) = 0;
+    virtual CriterionPtr child(int index, const Criterion* criterion) = 0;
+    virtual DisplayValue displayValue(const Criterion* criterion, int row) = 0;
+    // Rows were added, removed, moved, or a choice in one changed, by the
+    // user or by a call.
+    virtual void ruleEditorRowsDidChange(RuleEditor& editor) = 0;
+};
+
+// Rows that read as sentences: each row is a path through the delegate's
+// tree, shown as a line of popups, fixed words and text fields, with add
+// and remove buttons at its end. Rows form a flat list.
+class RuleEditor : public QWidget {
+    Q_OBJECT
+
+public:
+    // Only the list is offered; the value is kept for whoever sets it.
+    enum class NestingMode { single = 0, list = 1, simple = 2, compound = 3 };
+
+    explicit RuleEditor(QWidget* parent = nullptr);
+    ~RuleEditor() override;
+
+    RuleEditorDelegate* delegate() const { return m_delegate; }
+    void setDelegate(RuleEditorDelegate* delegate) { m_delegate = delegate; }
+    NestingMode nestingMode() const { return m_nestingMode; }
+    void setNestingMode(NestingMode mode) { m_nestingMode = mode; }
+
+    // A read-only editor shows its rows but takes no change.
+    bool isEditable() const { return m_editable; }
+    void setEditable(bool editable);
+
+    // Shown on a row whose path stops before a leaf of the tree.
+    void setIncompleteRowToolTip(const QString& text) { m_incompleteToolTip = text; }
+    const QString& incompleteRowToolTip() const { return m_incompleteToolTip; }
+
+    int numberOfRows() const { return int(m_rows.size()); }
+    Criteria criteriaForRow(int row) const;
+    std::vector<Criteria> allRowCriteria() const;
+    // Puts these criteria in the row; its controls are built by asking the
+    // delegate. Where the criteria keep the shape the row shows, the
+    // controls stay and only follow the new criteria, so focus isn't lost.
+    void setCriteria(int row, Criteria criteria);
+    // Appends a row that takes the first choice at every level; nothing
+    // when the tree is empty.
+    void addRow();
+    void insertRow(int at);
+    void removeRow(int row);
+    void moveRow(int from, int to);
+    // Rebuilds every row's controls from the delegate's answers.
+    void reloadCriteria();
+
+    // The row that holds `widget`, or -1.
+    int rowOf(const QWidget* widget) const;
+    RuleRow* rowWidget(int row) const;
+
+signals:
+    void rowsChanged();
+
+protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
+private:
+    friend class RuleRow;
+    Criteria defaultPath(Criteria prefix, const Criteria& previous = {}) const;
+    void notifyRowsChanged();
+    void renumberRows();
+    int focusedRow() const;
+    void moveFocusedRow(int by);
+
+    RuleEditorDelegate* m_delegate = nullptr;
+    NestingMode m_nestingMode = NestingMode::list;
+    bool m_editable = true;
+    QString m_incompleteToolTip;
+    QList<RuleRow*> m_rows;
+    QVBoxLayout* m_rowLayout;
+    QAction* m_moveUpAction;
+    QAction* m_moveDownAction;
+};
+
+} // namespace qb

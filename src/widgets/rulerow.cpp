@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "rulerow.h"
+
+#include "widgets/ruleeditor.h"
+
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QStyle>
+#include <QToolButton>
+
+namespace qb {
+
+namespace {
+
+constexpr int childIndexRole = Qt::UserRole + 1;
+
+QString describe(const DisplayValue& value)
+{
+    switch (value.kind) {
+    case DisplayValue::Kind::separator:
+        return QStringLiteral("-");
+    case DisplayValue::Kind::textField:
+        return QStringLiteral("[field]");
+    case DisplayValue::Kind::text:
+        break;
+    }
+    return value.text;
+}
+
+QToolButton* rowButton(const QString& text, const QString& name, const QString& tip, QWidget* row)
+{
+    auto* button = new QToolButton(row);
+    button->setText(text);
+    button->setObjectName(name);
+    button->setAccessibleName(tip);
+    button->setToolTip(tip);
+    button->setFocusPolicy(Qt::StrongFocus);
+    button->setAutoRaise(true);
+    return button;
+}
+
+void clearLayout(QHBoxLayout* layout)
+{
+    while (QLayoutItem* item = layout->takeAt(0)) {
+        // The control may be the one whose signal is running now.
+        if (QWidget* widget = item->widget()) {
+            widget->hide();
+            widget->setParent(nullptr);
+            widget->deleteLater();
+        }
+        delete item;
+    }
+}
+
+} // namespace
+
+RuleRow::RuleRow(RuleEditor& editor, Criteria criteria)
+    : QFrame(&editor)
+    , m_editor(editor)
+    , m_criteria(std::move(criteria))
+{
+    setObjectName(QStringLiteral("ruleRow"));
+    setFrameShape(QFrame::StyledPanel);
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(6, 3, 6, 3);
+    m_controls = new QHBoxLayout;
+    m_controls->setSpacing(6);
+    layout->addLayout(m_controls);
+    layout->addStretch(1);
+    m_addButton = rowButton(QStringLiteral("+"), QStringLiteral("addRowButton"),
+                            QStringLiteral("Add a rule below this one"), this);
+    m_removeButton = rowButton(QStringLiteral("\u2212"), QStringLiteral("removeRowButton"),
+                               QStringLiteral("Remove this rule"), this);
+    layout->addWidget(m_addButton);
+    layout->addWidget(m_removeButton);
+    connect(m_addButton, &QToolButton::clicked, this,
+            [this] { m_editor.insertRow(m_editor.rowOf(this) + 1); });
+    connect(m_removeButton, &QToolButton::clicked, this,
+            [this] { m_editor.removeRow(m_editor.rowOf(this)); });
+    rebuild();
+}
+
+RuleRow::Level RuleRow::levelAt(int level) const
+{
+    RuleEditorDelegate* delegate = m_editor.delegate();
+    Level result{level == 0 ? nullptr : m_criteria[std::size_t(level - 1)].get(), {}};
+    if (!delegate)
+        return result;
+    const int count = delegate->numberOfChildren(result.parent);
+    for (int i = 0; i < count; ++i)
+        result.choices.append(delegate->child(i, result.parent));
+    return result;
+}
+
+QStringList RuleRow::shape() const
+{
+    RuleEditorDelegate* delegate = m_editor.delegate();
+    QStringList shape;
+    if (!delegate)
+        return shape;
+    for (int level = 0; level <= int(m_criteria.size()); ++level) {
+        if (level == int(m_criteria.size()) && !m_criteria.empty() &&
+            delegate->numberOfChildren(m_criteria.back().get()) == 0)
+            break;
+        QStringList texts;
+        for (const CriterionPtr& choice : levelAt(level).choices)
+            texts.append(describe(delegate->displayValue(choice.get(), m_index)));
+        const QString selected =
+            level < int(m_criteria.size())
+                ? describe(delegate->displayValue(m_criteria[std::size_t(level)].get(), m_index))
+                : QStringLiteral("<none>");
+        shape.append(texts.join(QLatin1Char('|')) + QLatin1Char('#') + selected);
+    }
+    return shape;
+}
+
+void RuleRow::setCriteria(Criteria criteria)
+{
+    const QStringList before = shape();
+    m_criteria = std::move(criteria);
+    if (shape() == before && !before.isEmpty())
+        bindFields();
+    else
+        rebuild();
+}
+
+void RuleRow::rebuild()
+{
+    clearLayout(m_controls);
+    m_fields.clear();
+    RuleEditorDelegate* delegate = m_editor.delegate();
+    if (!delegate)
+        return;
+    for (int level = 0; level < int(m_criteria.size()); ++level) {
+        const Level choices = levelAt(level);
+        const CriterionPtr& chosen = m_criteria[std::size_t(level)];
+        const DisplayValue value = delegate->displayValue(chosen.get(), m_index);
+        if (value.kind == DisplayValue::Kind::textField && value.textField)
+            addField(level, value.textField);
+        else if (choices.choices.size() == 1 && value.kind == DisplayValue::Kind::text)
+            addLabel(value);
+        else
+            addPopUp(level, choices, int(choices.choices.indexOf(chosen)));
+    }
+    const int next = int(m_criteria.size());
+    const Level rest = levelAt(next);
+    const bool incomplete = !rest.choices.isEmpty();
+    if (incomplete)
+        addPopUp(next, rest, -1);
+    markIncomplete(incomplete);
+    bindFields();
+    setEditable(m_editor.isEditable());
+}
+
+void RuleRow::addPopUp(int level, const Level& choices, int selected)
+{
+    RuleEditorDelegate* delegate = m_editor.delegate();
+    auto* popUp = new QComboBox(this);
+    RowPart part;
+    for (int i = 0; i < choices.choices.size(); ++i) {
+        const CriterionPtr& choice = choices.choices[i];
+        const DisplayValue value = delegate->displayValue(choice.get(), m_index);
+        if (value.kind == DisplayValue::Kind::separator) {
+            popUp->insertSeparator(popUp->count());
+            continue;
+        }
+        popUp->addItem(value.text);
+        popUp->setItemData(popUp->count() - 1, i, childIndexRole);
+        if (part.name.isEmpty() && choice)
+            part = choice->rowPart();
+        if (i == selected)
+            popUp->setCurrentIndex(popUp->count() - 1);
+    }
+    if (selected < 0) {
+        popUp->setCurrentIndex(-1);
+        popUp->setPlaceholderText(QStringLiteral("Choose\u2026"));
+    }
+    popUp->setObjectName(part.name + QStringLiteral("PopUp"));
+    const QString current = selected < 0 ? QStringLiteral("none chosen") : popUp->currentText();
+    popUp->setAccessibleName(part.label + QStringLiteral(": ") + current);
+    popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_controls->addWidget(popUp);
+    connect(popUp, &QComboBox::activated, this, [this, level, popUp, choices](int index) {
+        const QVariant child = popUp->itemData(index, childIndexRole);
+        if (child.isValid())
+            choose(level, choices.choices.value(child.toInt()));
+    });
+}
+
+void RuleRow::addField(int level, TextFieldCriterion* criterion)
+{
+    auto* field = new QLineEdit(this);
+    const RowPart part = criterion->rowPart();
+    field->setObjectName(part.name);
+    field->setAccessibleName(part.label);
+    field->setPlaceholderText(criterion->placeholderString().value_or(QString()));
+    field->setText(criterion->stringValue());
+    field->setMinimumWidth(fontMetrics().horizontalAdvance(QLatin1Char('M')) * 8);
+    m_controls->addWidget(field);
+    m_fields.append({level, field});
+}
+
+void RuleRow::addLabel(const DisplayValue& value)
+{
+    auto* label = new QLabel(value.text, this);
+    label->setObjectName(QStringLiteral("ruleLabel"));
+    m_controls->addWidget(label);
+}
+
+// A field follows whichever criterion its level holds now, both ways: its
+// edits reach the criterion, and another row's edit of a shared criterion
+// shows here.
+void RuleRow::bindFields()
+{
+    for (const QMetaObject::Connection& connection : m_fieldConnections)
+        disconnect(connection);
+    m_fieldConnections.clear();
+    for (const auto& [level, field] : m_fields) {
+        auto* criterion = dynamic_cast<TextFieldCriterion*>(m_criteria[std::size_t(level)].get());
+        if (!criterion)
+            continue;
+        if (field->text() != criterion->stringValue())
+            field->setText(criterion->stringValue());
+        m_fieldConnections.append(connect(criterion, &TextFieldCriterion::stringValueChanged, field,
+                                          [field](const QString& value) {
+                                              if (field->text() != value)
+                                                  field->setText(value);
+                                          }));
+        m_fieldConnections.append(
+            connect(field, &QLineEdit::editingFinished, criterion, [field, criterion] {
+                if (field->text() == criterion->stringValue())
+                    return;
+                field->setText(criterion->editorChanged(field->text()));
+            }));
+    }
+}
+
+void RuleRow::choose(int level, const CriterionPtr& choice)
+{
+    if (!choice || (level < int(m_criteria.size()) && m_criteria[std::size_t(level)] == choice))
+        return;
+    const auto split = m_criteria.begin() + std::min(level, int(m_criteria.size()));
+    Criteria prefix(m_criteria.begin(), split);
+    prefix.push_back(choice);
+    const Criteria previous(split, m_criteria.end());
+    setCriteria(m_editor.defaultPath(std::move(prefix), previous));
+    m_editor.notifyRowsChanged();
+}
+
+void RuleRow::markIncomplete(bool incomplete)
+{
+    m_incomplete = incomplete;
+    setToolTip(incomplete ? m_editor.incompleteRowToolTip() : QString());
+    setStyleSheet(incomplete ? QStringLiteral("QFrame#ruleRow { border: 2px solid #c62828; "
+                                              "border-radius: 4px; }")
+                             : QString());
+    setProperty("incomplete", incomplete);
+}
+
+void RuleRow::setEditable(bool editable)
+{
+    for (int i = 0; i < m_controls->count(); ++i)
+        if (QWidget* control = m_controls->itemAt(i)->widget())
+            control->setEnabled(editable);
+    m_addButton->setVisible(editable);
+    m_removeButton->setVisible(editable);
+}
+
+void RuleRow::setIndex(int index)
+{
+    m_index = index;
+    setAccessibleName(QStringLiteral("Rule %1").arg(index + 1));
+}
+
+} // namespace qb

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "rules/criterion.h"
+
+#include <QFrame>
+#include <QList>
+#include <QMetaObject>
+#include <QStringList>
+
+class QComboBox;
+class QHBoxLayout;
+class QLineEdit;
+class QToolButton;
+
+namespace qb {
+
+class RuleEditor;
+
+// One sentence of a rule editor. It owns its controls and asks the editor's
+// delegate for everything it shows; a change of choice goes back to the
+// editor, which rebuilds the rest of the path.
+class RuleRow : public QFrame {
+    Q_OBJECT
+
+public:
+    RuleRow(RuleEditor& editor, Criteria criteria);
+
+    const Criteria& criteria() const { return m_criteria; }
+    void setCriteria(Criteria criteria);
+    void rebuild();
+    void setEditable(bool editable);
+    void setIndex(int index);
+    // The path stops before a leaf: something is still to be chosen.
+    bool isIncomplete() const { return m_incomplete; }
+
+private:
+    struct Level {
+        const Criterion* parent;
+        QList<CriterionPtr> choices;
+    };
+    Level levelAt(int level) const;
+    QStringList shape() const;
+    void addPopUp(int level, const Level& choices, int selected);
+    void addField(int level, TextFieldCriterion* criterion);
+    void addLabel(const DisplayValue& value);
+    void bindFields();
+    void choose(int level, const CriterionPtr& choice);
+    void markIncomplete(bool incomplete);
+
+    RuleEditor& m_editor;
+    Criteria m_criteria;
+    int m_index = 0;
+    bool m_incomplete = false;
+    QHBoxLayout* m_controls;
+    QToolButton* m_addButton;
+    QToolButton* m_removeButton;
+    // The field shown for each level that has one, and its tie to the criterion.
+    QList<QPair<int, QLineEdit*>> m_fields;
+    QList<QMetaObject::Connection> m_fieldConnections;
+};
+
+} // namespace qb
