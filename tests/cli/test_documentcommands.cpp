@@ -47,7 +47,7 @@ TEST_F(DocumentCommands, AssignTakesRowsAndCsvSettingsFromTheDocument)
     ASSERT_EQ(all.status, 0) << all.err.toStdString();
     const QJsonArray batch = QJsonDocument::fromJson(all.out.toUtf8()).array();
     ASSERT_EQ(batch.size(), 3);
-    EXPECT_EQ(batch[0].toObject()["XMP-xmp:Label"].toString(), "Approved");
+    EXPECT_EQ(batch[0].toObject()["XMP:TransmissionReference"].toString(), "A101");
 
     const CliResult shallow = runCli({"assign", "--dry-run", "--no-recursive", "--document",
                                       examples + "/sample.qbmap", shoot()});
