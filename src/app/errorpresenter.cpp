@@ -21,6 +21,9 @@ QMessageBox* presentError(QWidget* window, const Error& error)
             details << part;
     box->setInformativeText(details.join(QLatin1Char('\n')));
     box->setStandardButtons(QMessageBox::Ok);
+    // Paths in the reason read badly when the box wraps them narrowly.
+    box->setStyleSheet(QStringLiteral(
+        "QLabel#qt_msgbox_label, QLabel#qt_msgbox_informativelabel { min-width: 340px; }"));
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowModality(window ? Qt::WindowModal : Qt::ApplicationModal);
     box->open();

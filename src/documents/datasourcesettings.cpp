@@ -94,6 +94,22 @@ std::expected<FileWrapper, Error> CSVDatasourceSettings::fileWrapper() const
     return wrapperOf(toJson(), memberName());
 }
 
+std::expected<CSVDatasourceSettings::Decoded, Error>
+CSVDatasourceSettings::decodeKeepingColumns(const QByteArray& bytes, const QString& relativeTo)
+{
+    auto whole = decode(bytes, relativeTo);
+    if (whole)
+        return Decoded{std::move(*whole), std::nullopt};
+    auto json = parseDocumentJson(bytes);
+    if (!json || !json->is_object() || !json->contains("currentURL"))
+        return std::unexpected(whole.error());
+    json->erase("currentURL");
+    auto rest = decodeJson([&] { return fromJson(JsonObject(*json, QString()), relativeTo); });
+    if (!rest)
+        return std::unexpected(whole.error());
+    return Decoded{std::move(*rest), whole.error()};
+}
+
 std::optional<FileNameDataSource::MatchingStyle> ImageDatasourceSettings::matchingStyle() const
 {
     return styleFromRaw(selectedMatchStyle);

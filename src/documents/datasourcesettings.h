@@ -41,6 +41,18 @@ struct CSVDatasourceSettings {
                                                               const QString& relativeTo = {});
     // The member the panel offers the document, named csv.json.
     std::expected<FileWrapper, Error> fileWrapper() const;
+
+    // As decode(), except that a file reference that no longer resolves
+    // leaves only the file out, so that a panel still knows the columns,
+    // the key and the style of a CSV that has moved; why is told beside.
+    struct Decoded;
+    static std::expected<Decoded, Error> decodeKeepingColumns(const QByteArray& bytes,
+                                                              const QString& relativeTo = {});
+};
+
+struct CSVDatasourceSettings::Decoded {
+    CSVDatasourceSettings settings;
+    std::optional<Error> unresolvedFile;
 };
 
 // What the image panel keeps in a document between saves.

@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QScrollArea>
 #include <QVBoxLayout>
@@ -28,6 +29,13 @@ RuleEditor::RuleEditor(QWidget* parent)
     m_rowLayout = new QVBoxLayout;
     m_rowLayout->setSpacing(2);
     contentLayout->addLayout(m_rowLayout);
+    m_placeholder = new QLabel(content);
+    m_placeholder->setObjectName(QStringLiteral("ruleEditorPlaceholder"));
+    m_placeholder->setWordWrap(true);
+    m_placeholder->setAlignment(Qt::AlignCenter);
+    m_placeholder->setForegroundRole(QPalette::PlaceholderText);
+    m_placeholder->hide();
+    contentLayout->addWidget(m_placeholder);
     contentLayout->addStretch(1);
     scroll->setWidget(content);
     outer->addWidget(scroll);
@@ -45,6 +53,12 @@ RuleEditor::RuleEditor(QWidget* parent)
 }
 
 RuleEditor::~RuleEditor() = default;
+
+void RuleEditor::setPlaceholderText(const QString& text)
+{
+    m_placeholder->setText(text);
+    m_placeholder->setVisible(m_rows.isEmpty() && !text.isEmpty());
+}
 
 void RuleEditor::setEditable(bool editable)
 {
@@ -179,6 +193,7 @@ RuleRow* RuleEditor::rowWidget(int row) const
 
 void RuleEditor::notifyRowsChanged()
 {
+    m_placeholder->setVisible(m_rows.isEmpty() && !m_placeholder->text().isEmpty());
     emit rowsChanged();
     if (m_delegate)
         m_delegate->ruleEditorRowsDidChange(*this);

@@ -8,6 +8,7 @@
 #include <QWidget>
 
 class QAction;
+class QLabel;
 class QVBoxLayout;
 
 namespace qb {
@@ -49,6 +50,9 @@ public:
     // A read-only editor shows its rows but takes no change.
     bool isEditable() const { return m_editable; }
     void setEditable(bool editable);
+
+    // Shown in place of the rows while there are none.
+    void setPlaceholderText(const QString& text);
 
     // Shown on a row whose path stops before a leaf of the tree.
     void setIncompleteRowToolTip(const QString& text) { m_incompleteToolTip = text; }
@@ -94,6 +98,7 @@ private:
     QString m_incompleteToolTip;
     QList<RuleRow*> m_rows;
     QVBoxLayout* m_rowLayout;
+    QLabel* m_placeholder;
     QAction* m_moveUpAction;
     QAction* m_moveDownAction;
 };

@@ -142,7 +142,7 @@ void RuleRow::rebuild()
         else if (choices.choices.size() == 1 && value.kind == DisplayValue::Kind::text)
             addLabel(value);
         else
-            addPopUp(level, choices, int(choices.choices.indexOf(chosen)));
+            addPopUp(level, choices, selectedIndex(choices, chosen));
     }
     const int next = int(m_criteria.size());
     const Level rest = levelAt(next);
@@ -152,6 +152,21 @@ void RuleRow::rebuild()
     markIncomplete(incomplete);
     bindFields();
     setEditable(m_editor.isEditable());
+}
+
+// The chosen node, or failing that one that reads the same: a row kept
+// from before a rebuild of the tree holds nodes of the old tree.
+int RuleRow::selectedIndex(const Level& level, const CriterionPtr& chosen) const
+{
+    const auto found = level.choices.indexOf(chosen);
+    if (found >= 0 || !chosen)
+        return int(found);
+    const DisplayValue shown = chosen->displayValue();
+    for (int i = 0; i < level.choices.size(); ++i)
+        if (level.choices[i] && shown.kind == DisplayValue::Kind::text &&
+            level.choices[i]->displayValue().text == shown.text)
+            return i;
+    return -1;
 }
 
 void RuleRow::addPopUp(int level, const Level& choices, int selected)
@@ -182,10 +197,12 @@ void RuleRow::addPopUp(int level, const Level& choices, int selected)
     popUp->setAccessibleName(part.label + QStringLiteral(": ") + current);
     popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_controls->addWidget(popUp);
-    connect(popUp, &QComboBox::activated, this, [this, level, popUp, choices](int index) {
+    // The choices are asked for again: the criteria may have been replaced
+    // by equal ones since the popup was built.
+    connect(popUp, &QComboBox::activated, this, [this, level, popUp](int index) {
         const QVariant child = popUp->itemData(index, childIndexRole);
         if (child.isValid())
-            choose(level, choices.choices.value(child.toInt()));
+            choose(level, levelAt(level).choices.value(child.toInt()));
     });
 }
 

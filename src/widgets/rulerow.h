@@ -41,6 +41,7 @@ private:
     };
     Level levelAt(int level) const;
     QStringList shape() const;
+    int selectedIndex(const Level& level, const CriterionPtr& chosen) const;
     void addPopUp(int level, const Level& choices, int selected);
     void addField(int level, TextFieldCriterion* criterion);
     void addLabel(const DisplayValue& value);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "../support/jpeg.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -63,13 +65,6 @@ inline QString writeFile(const QString& path, const QByteArray& bytes)
 }
 
 // A small real JPEG, made with its folder; returns the path.
-inline QString makeJpeg(const QString& path)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QImage image(8, 8, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    EXPECT_TRUE(image.save(path, "JPEG")) << path.toStdString();
-    return path;
-}
+using qb::testing::makeJpeg;
 
 } // namespace qb::test

@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "csvdatasourceviewcontroller.h"
+
+#include "app/errorpresenter.h"
+#include "app/matchingstylepopup.h"
+
+#include "widgets/pathcontrol.h"
+
+#include "kit/preferences.h"
+
+#include "extensions/dynamicvalue.h"
+#include "extensions/log.h"
+
+#include <QComboBox>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+
+#include <algorithm>
+
+namespace qb {
+
+namespace {
+
+const QString noColumns = QStringLiteral("Select a CSV Above");
+
+QString listText(const QStringList& names)
+{
+    DynamicValue::List list;
+    for (const QString& name : names)
+        list.emplace_back(name);
+    return DynamicValue(list).description();
+}
+
+QStringList sorted(QStringList names)
+{
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+} // namespace
+
+CSVDataSourceViewController::CSVDataSourceViewController(PanelContext context, QObject* parent)
+    : DataSourcePresentable(std::move(context), parent)
+    , m_csvDataSource(std::make_shared<CSVDataSource>())
+{
+}
+
+std::optional<FileWrapper> CSVDataSourceViewController::settingsWrapper() const
+{
+    auto wrapper = m_settings.fileWrapper();
+    if (!wrapper)
+        return std::nullopt;
+    return *wrapper;
+}
+
+void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapper>& wrappers)
+{
+    const auto member = wrappers.find(CSVDatasourceSettings::memberName());
+    if (member == wrappers.end() || !member->second.regularFileContents())
+        return;
+    const auto decoded = CSVDatasourceSettings::decodeKeepingColumns(
+        *member->second.regularFileContents(), m_context.bookmarkBaseFolder);
+    if (!decoded) {
+        qbPrint(decoded.error().errorDescription);
+        return;
+    }
+    if (decoded->unresolvedFile)
+        qbPrint(decoded->unresolvedFile->errorDescription);
+    m_settings = decoded->settings;
+    if (const auto style = m_settings.matchingStyle())
+        m_csvDataSource->setMatchingStyle(*style);
+}
+
+void CSVDataSourceViewController::setEnabled(bool enabled)
+{
+    m_enabled = enabled;
+    if (m_matchingStylePopUp)
+        m_matchingStylePopUp->setEnabled(enabled);
+    updateHeaderPopUpEnabled();
+}
+
+// The placeholder item is never a choice.
+void CSVDataSourceViewController::updateHeaderPopUpEnabled()
+{
+    if (m_headerPopUp)
+        m_headerPopUp->setEnabled(m_enabled && !m_settings.keyNames.isEmpty());
+}
+
+QWidget* CSVDataSourceViewController::loadView()
+{
+    auto* view = new QWidget;
+    view->setObjectName(QStringLiteral("csvDataSourceView"));
+    auto* form = new QFormLayout(view);
+    form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
+
+    auto* fileRow = new QHBoxLayout;
+    m_pathControl = new PathControl(view);
+    m_pathControl->setObjectName(QStringLiteral("pathControl"));
+    m_pathControl->setAccessibleName(QStringLiteral("CSV file"));
+    m_pathControl->setNameFilters(
+        {QStringLiteral("CSV files (*.csv *.CSV *.txt)"), QStringLiteral("All files (*)")});
+    m_reloadButton = new QPushButton(QStringLiteral("Reload"), view);
+    m_reloadButton->setObjectName(QStringLiteral("reloadButton"));
+    m_reloadButton->setAccessibleName(QStringLiteral("Reload the CSV file"));
+    m_reloadButton->setToolTip(QStringLiteral("Read the CSV file again"));
+    fileRow->addWidget(m_pathControl, 1);
+    fileRow->addWidget(m_reloadButton);
+    form->addRow(QStringLiteral("CSV file:"), fileRow);
+
+    auto* matchRow = new QHBoxLayout;
+    auto* nameLabel = new QLabel(QStringLiteral("image name"), view);
+    auto* keyLabel = new QLabel(QStringLiteral("its value"), view);
+    m_headerPopUp = new QComboBox(view);
+    m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
+    m_headerPopUp->setAccessibleName(QStringLiteral("File name column"));
+    m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_matchingStylePopUp = makeMatchingStylePopUp(view);
+    matchRow->addWidget(m_headerPopUp);
+    matchRow->addSpacing(12);
+    matchRow->addWidget(nameLabel);
+    matchRow->addWidget(m_matchingStylePopUp);
+    matchRow->addWidget(keyLabel);
+    matchRow->addStretch(1);
+    form->addRow(QStringLiteral("Key column:"), matchRow);
+
+    connect(m_pathControl, &PathControl::action, this,
+            &CSVDataSourceViewController::importFileAction);
+    connect(m_pathControl, &PathControl::doubleAction, this,
+            &CSVDataSourceViewController::pathControlDoubleAction);
+    connect(m_reloadButton, &QPushButton::clicked, this, &CSVDataSourceViewController::reloadCSV);
+    connect(m_headerPopUp, &QComboBox::activated, this,
+            &CSVDataSourceViewController::fileNameSelect);
+    connect(m_matchingStylePopUp, &QComboBox::activated, this,
+            &CSVDataSourceViewController::matchStyleSelect);
+    return view;
+}
+
+void CSVDataSourceViewController::viewDidLoad()
+{
+    selectMatchingStyle(*m_matchingStylePopUp, m_settings.selectedMatchStyle);
+    m_matchingStylePopUp->setEnabled(m_enabled);
+    refreshHeaderPopUp(true);
+}
+
+void CSVDataSourceViewController::refreshHeaderPopUp(bool autoImport)
+{
+    m_headerPopUp->clear();
+    if (!m_settings.keyNames.isEmpty()) {
+        m_headerPopUp->addItems(m_settings.keyNames);
+        if (m_settings.selectedHeader) {
+            const int index = m_headerPopUp->findText(*m_settings.selectedHeader);
+            if (index >= 0)
+                m_headerPopUp->setCurrentIndex(index);
+        }
+    } else {
+        m_headerPopUp->addItem(noColumns);
+    }
+    updateHeaderPopUpEnabled();
+    m_reloadButton->setEnabled(m_settings.currentURL.has_value());
+    if (m_settings.currentURL && autoImport) {
+        const QUrl url = m_settings.currentURL->url;
+        if (url.isLocalFile() && QFileInfo::exists(url.toLocalFile())) {
+            m_pathControl->setUrl(url);
+            importFile(url);
+        }
+    }
+}
+
+void CSVDataSourceViewController::importFileAction()
+{
+    if (m_pathControl && !m_pathControl->url().isEmpty())
+        importFile(m_pathControl->url());
+}
+
+void CSVDataSourceViewController::reloadCSV()
+{
+    if (m_settings.currentURL)
+        importFile(m_settings.currentURL->url);
+}
+
+void CSVDataSourceViewController::pathControlDoubleAction(const QUrl& url)
+{
+    if (!url.isEmpty() && m_context.openUrl)
+        m_context.openUrl(url);
+}
+
+void CSVDataSourceViewController::importFile(const QUrl& url)
+{
+    qbPrint(QStringLiteral("Importing new source file from ") + url.toLocalFile());
+    // A file that can't be read is reported and changes nothing: the panel
+    // keeps showing the file its rows come from.
+    if (auto loaded = m_csvDataSource->loadCSV(url); !loaded) {
+        restorePathControl();
+        presentError(m_pathControl ? m_pathControl->window() : nullptr, toError(loaded.error()));
+        return;
+    }
+
+    const QStringList newNames = m_csvDataSource->keyNames();
+    const QStringList oldSorted = sorted(m_settings.keyNames);
+    const bool match = m_settings.keyNames.isEmpty() || oldSorted == sorted(newNames);
+    qbPrint(QStringLiteral("Current headers: ") + listText(oldSorted));
+    qbPrint(QStringLiteral("New headers:     ") + listText(newNames));
+
+    if (!match && m_context.preferences && m_context.preferences->warnOnHeaderMismatch()) {
+        // Neither button goes on with the import: the rows that the old
+        // columns feed are kept as they are, whatever was pressed.
+        headerMismatchAlert().exec();
+        restorePathControl();
+        return;
+    }
+
+    m_settings.keyNames = newNames;
+    refreshHeaderPopUp(false);
+    const QString column =
+        m_headerPopUp->currentIndex() < 0 ? QString() : m_headerPopUp->currentText();
+    if (column.isEmpty())
+        return;
+    m_csvDataSource->buildMetadata(column);
+    // The document records the column the rows are keyed by now, also when
+    // the saved one has gone from the file.
+    m_settings.selectedHeader = column;
+    m_settings.currentURL = BookmarkURL(url);
+
+    DataSourceDelegate* delegate = this->delegate();
+    if (!delegate)
+        return;
+    delegate->rebuildCriteria();
+    delegate->refreshImageDisplay();
+    postDataSourceChange();
+}
+
+void CSVDataSourceViewController::fileNameSelect()
+{
+    if (m_headerPopUp->currentIndex() < 0 || m_settings.keyNames.isEmpty())
+        return;
+    const QString column = m_headerPopUp->currentText();
+    m_settings.selectedHeader = column;
+    m_csvDataSource->buildMetadata(column);
+    DataSourceDelegate* delegate = this->delegate();
+    if (!delegate)
+        return;
+    delegate->refreshImageDisplay();
+    delegate->saveRows();
+    postDataSourceChange();
+}
+
+void CSVDataSourceViewController::matchStyleSelect()
+{
+    const int tag = selectedMatchingStyle(*m_matchingStylePopUp);
+    const auto style = FileNameDataSource::matchingStyleFromRawValue(tag);
+    if (!style)
+        return;
+    m_settings.selectedMatchStyle = tag;
+    m_csvDataSource->setMatchingStyle(*style);
+    DataSourceDelegate* delegate = this->delegate();
+    if (!delegate)
+        return;
+    delegate->refreshImageDisplay();
+    delegate->saveRows();
+    postDataSourceChange();
+}
+
+void CSVDataSourceViewController::restorePathControl()
+{
+    if (m_pathControl)
+        m_pathControl->setUrl(m_settings.currentURL ? m_settings.currentURL->url : QUrl());
+}
+
+QMessageBox& CSVDataSourceViewController::headerMismatchAlert()
+{
+    if (!m_headerMismatchAlert) {
+        m_headerMismatchAlert = new QMessageBox(m_pathControl ? m_pathControl->window() : nullptr);
+        m_headerMismatchAlert->setObjectName(QStringLiteral("headerMismatchAlert"));
+        m_headerMismatchAlert->setIcon(QMessageBox::Warning);
+        m_headerMismatchAlert->setText(
+            QStringLiteral("Continue with import and remove all mappings?"));
+        m_headerMismatchAlert->setInformativeText(
+            QStringLiteral("The headers of the imported file do not match the existing mappings."));
+        m_headerMismatchAlert->addButton(QStringLiteral("Import"), QMessageBox::AcceptRole);
+        m_headerMismatchAlert->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    }
+    return *m_headerMismatchAlert;
+}
+
+} // namespace qb

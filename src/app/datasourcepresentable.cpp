@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "datasourcepresentable.h"
+
+#include "extensions/notificationcenter.h"
+
+namespace qb {
+
+DataSourcePresentable::DataSourcePresentable(PanelContext context, QObject* parent)
+    : QObject(parent)
+    , m_context(std::move(context))
+{
+}
+
+DataSourcePresentable::~DataSourcePresentable()
+{
+    // The view goes with its panel, also from the box that shows it.
+    delete m_view;
+}
+
+DataSourceDelegate* DataSourcePresentable::delegate() const
+{
+    return dynamic_cast<DataSourceDelegate*>(m_delegate.data());
+}
+
+QWidget* DataSourcePresentable::view()
+{
+    if (!m_view) {
+        m_view = loadView();
+        viewDidLoad();
+    }
+    return m_view;
+}
+
+void DataSourcePresentable::postDataSourceChange()
+{
+    if (m_context.center)
+        m_context.center->post(dataSourceChangeNotification, m_delegate.data());
+}
+
+} // namespace qb

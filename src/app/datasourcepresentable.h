@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "documents/filewrapper.h"
+#include "kit/metadatasource.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QUrl>
+#include <QWidget>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+
+namespace qb {
+
+class NotificationCenter;
+class Preferences;
+
+// The main window as a data source panel sees it.
+class DataSourceDelegate {
+public:
+    virtual ~DataSourceDelegate() = default;
+    virtual void rebuildCriteria() = 0;
+    virtual void refreshImageDisplay() = 0;
+    virtual void saveRows() = 0;
+};
+
+// What a panel needs from the application around it.
+struct PanelContext {
+    Preferences* preferences = nullptr;
+    NotificationCenter* center = nullptr;
+    // The folder relative file references of the document start from.
+    QString bookmarkBaseFolder;
+    // Opens a location in the desktop's default application.
+    std::function<void(const QUrl&)> openUrl;
+};
+
+// A panel that points a data source at its input. Its view is built on
+// first use, after the document's settings have reached it.
+class DataSourcePresentable : public QObject {
+    Q_OBJECT
+
+public:
+    explicit DataSourcePresentable(PanelContext context, QObject* parent = nullptr);
+    ~DataSourcePresentable() override;
+
+    virtual std::shared_ptr<MetadataSource> dataSource() const = 0;
+    // Held weakly: the window owns the panel, not the other way round.
+    DataSourceDelegate* delegate() const;
+    void setDelegate(QObject* delegate) { m_delegate = delegate; }
+    virtual bool isReady() const = 0;
+    // The current settings as a document member, or none if they can't be
+    // encoded.
+    virtual std::optional<FileWrapper> settingsWrapper() const = 0;
+    virtual void loadWrappers(const std::map<QString, FileWrapper>& wrappers) = 0;
+    virtual void setEnabled(bool enabled) = 0;
+
+    QWidget* view();
+    bool isViewLoaded() const { return m_view != nullptr; }
+
+protected:
+    virtual QWidget* loadView() = 0;
+    virtual void viewDidLoad() {}
+    // Tells the delegate's observers that the keys or content changed.
+    void postDataSourceChange();
+
+    PanelContext m_context;
+
+private:
+    QPointer<QObject> m_delegate;
+    QPointer<QWidget> m_view;
+};
+
+} // namespace qb

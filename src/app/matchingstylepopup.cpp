@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "matchingstylepopup.h"
+
+#include "kit/filenamedatasource.h"
+
+namespace qb {
+
+QComboBox* makeMatchingStylePopUp(QWidget* parent)
+{
+    auto* popUp = new QComboBox(parent);
+    popUp->setObjectName(QStringLiteral("matchingStylePopUp"));
+    popUp->setAccessibleName(QStringLiteral("File name matching"));
+    const char* titles[] = {"contains", "is equal to", "begins with", "matches", "ends with"};
+    for (FileNameDataSource::MatchingStyle style : FileNameDataSource::allMatchingStyles)
+        popUp->addItem(QString::fromLatin1(titles[int(style)]), int(style));
+    selectMatchingStyle(*popUp, int(FileNameDataSource::MatchingStyle::prefix));
+    return popUp;
+}
+
+void selectMatchingStyle(QComboBox& popUp, qint64 raw)
+{
+    const int index = popUp.findData(int(raw));
+    if (index >= 0)
+        popUp.setCurrentIndex(index);
+}
+
+int selectedMatchingStyle(const QComboBox& popUp)
+{
+    return popUp.currentIndex() < 0 ? -1 : popUp.currentData().toInt();
+}
+
+} // namespace qb

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QComboBox>
+
+namespace qb {
+
+// One item per matching style, in the styles' order, each tagged with its
+// raw value: contains, is equal to, begins with, matches, ends with.
+QComboBox* makeMatchingStylePopUp(QWidget* parent);
+// Selects the item whose tag is `raw`; an unknown value leaves the popup alone.
+void selectMatchingStyle(QComboBox& popUp, qint64 raw);
+// The selected item's tag, or -1.
+int selectedMatchingStyle(const QComboBox& popUp);
+
+} // namespace qb

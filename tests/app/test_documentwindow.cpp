@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "windowtesting.h"
+
+#include "app/csvdatasourceviewcontroller.h"
+#include "app/imagedatasoucecontroller.h"
+#include "app/shotlistviewcontroller.h"
+
+#include "widgets/rulerow.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QUndoStack>
+
+using namespace qb;
+using namespace qb::testing;
+
+namespace {
+
+const QByteArray titleAndKeywords = R"([
+    {"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}},
+    {"keyName": "Keywords", "destTag": "XMP:Subject",
+     "actions": {"mappers": [{"type": "array", "attributes": {"delimiter": ";"}}]}}])";
+
+class DocumentWindowTest : public WindowTest {
+protected:
+    void SetUp() override
+    {
+        for (const char* name : {"images/A1_0001.jpg", "images/B2_0001.jpg", "images/Z9.jpg"})
+            makeJpeg(path(name));
+    }
+    QPushButton& button() const { return *controller().actionButton; }
+    // Waits for the window's write to end; true when it succeeded.
+    bool waitForWrite() const
+    {
+        QSignalSpy finished(&controller(), &ViewController::writeFinished);
+        EXPECT_TRUE(finished.wait(60000));
+        QTest::qWait(0); // the button's posted change
+        return !finished.isEmpty() && finished.front().front().toBool();
+    }
+};
+
+TEST_F(DocumentWindowTest, AssignWritesTheRowsThroughExiftool)
+{
+    m_preferences.setPresentDialogueOnSuccess(true);
+    openWindow(writePackage(titleAndKeywords));
+    EXPECT_EQ(controller().ruleEditor->numberOfRows(), 2);
+    controller().dropImages({QUrl::fromLocalFile(path("images"))});
+    EXPECT_EQ(controller().imageCountLabel->text(), "3 Images");
+    ASSERT_TRUE(button().isEnabled());
+
+    QTest::mouseClick(&button(), Qt::LeftButton);
+    // The change of state is posted: it shows once the event loop turns.
+    EXPECT_EQ(button().text(), "Assign Metadata");
+    QTest::qWait(0);
+    EXPECT_EQ(button().text(), "Working\u2026");
+    EXPECT_FALSE(button().isEnabled());
+    ASSERT_TRUE(waitForWrite());
+    EXPECT_EQ(button().text(), "Assign Metadata");
+    EXPECT_TRUE(button().isEnabled());
+    auto* success = m_window->findChild<QMessageBox*>("successAlert");
+    ASSERT_TRUE(success);
+    EXPECT_EQ(success->text(), "Metadata was written to 2 images directly into the files.");
+    success->close();
+
+    const QJsonObject a1 = readTags(path("images/A1_0001.jpg"));
+    EXPECT_EQ(a1["XMP:Title"].toString(), "Red coat");
+    EXPECT_EQ(a1["XMP:Subject"].toArray(), (QJsonArray{"a", "b"}));
+    EXPECT_EQ(readTags(path("images/B2_0001.jpg"))["XMP:Title"].toString(), "Blue");
+    EXPECT_FALSE(readTags(path("images/Z9.jpg")).contains("XMP:Title"));
+}
+
+TEST_F(DocumentWindowTest, AFailedWriteIsShownAndItsImagesStayQueued)
+{
+    using Method = MetadataQueue::WriteMethod;
+    auto queue = std::make_unique<MetadataQueue>(Method::direct, 60.0, false);
+    queue->setExiftoolLocation(path("no-exiftool-here"));
+    MetadataQueue* failing = queue.get();
+    MetadataQueue::replaceShared(Method::direct, std::move(queue));
+
+    openWindow(writePackage(titleAndKeywords));
+    controller().dropImages({QUrl::fromLocalFile(path("images"))});
+    QTest::mouseClick(&button(), Qt::LeftButton);
+    EXPECT_FALSE(waitForWrite());
+    QTest::qWait(0);
+    auto* alert = m_window->findChild<QMessageBox*>("errorAlert");
+    ASSERT_TRUE(alert);
+    EXPECT_TRUE(alert->isVisible());
+    EXPECT_FALSE(alert->text().isEmpty());
+    EXPECT_EQ(failing->imageCount(), 2);
+    EXPECT_EQ(button().text(), "Assign Metadata");
+    alert->close();
+    MetadataQueue::replaceShared(Method::direct, nullptr);
+}
+
+TEST_F(DocumentWindowTest, RowChangesAreUndoneAndTheLockComesFromTheMenu)
+{
+    openWindow(writePackage(titleAndKeywords));
+    QUndoStack& undo = m_window->document().undoStack();
+    // Loading and the window's first change save nothing.
+    EXPECT_EQ(undo.count(), 0);
+    EXPECT_FALSE(m_window->isWindowModified());
+
+    controller().ruleEditor->removeRow(1);
+    ASSERT_EQ(m_window->document().currentCriteriaRows().size(), 1u);
+    EXPECT_EQ(undo.count(), 1);
+    EXPECT_TRUE(m_window->isWindowModified());
+
+    m_window->action("undoAction")->trigger();
+    EXPECT_EQ(m_window->document().currentCriteriaRows().size(), 2u);
+    EXPECT_EQ(controller().ruleEditor->numberOfRows(), 2);
+    EXPECT_FALSE(m_window->isWindowModified());
+
+    QAction* lock = m_window->action("toggleIsEditableAction");
+    lock->trigger();
+    EXPECT_TRUE(lock->isChecked());
+    EXPECT_FALSE(m_window->document().isEditable());
+    auto* popUp = controller().ruleEditor->rowWidget(0)->findChild<QComboBox*>("modePopUp");
+    EXPECT_FALSE(popUp->isEnabled());
+    m_window->action("undoAction")->trigger();
+    EXPECT_FALSE(lock->isChecked());
+    EXPECT_TRUE(popUp->isEnabled());
+}
+
+TEST_F(DocumentWindowTest, SavedRowsAndPanelSettingsComeBack)
+{
+    const QString package = writePackage(titleAndKeywords);
+    openWindow(package);
+    auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller().datasourceView());
+    ASSERT_TRUE(panel);
+    panel->matchingStylePopUp()->setCurrentIndex(1); // is equal to
+    emit panel->matchingStylePopUp()->activated(1);
+    controller().ruleEditor->addRow();
+    const auto rows = m_window->document().currentCriteriaRows();
+    ASSERT_EQ(rows.size(), 3u);
+    ASSERT_TRUE(m_window->saveTo(path("copy.qbmap")));
+    EXPECT_FALSE(m_window->isWindowModified());
+
+    openWindow(path("copy.qbmap"));
+    EXPECT_EQ(m_window->document().currentCriteriaRows(), rows);
+    EXPECT_EQ(controller().ruleEditor->numberOfRows(), 3);
+    panel = dynamic_cast<CSVDataSourceViewController*>(controller().datasourceView());
+    ASSERT_TRUE(panel);
+    EXPECT_EQ(panel->matchingStylePopUp()->currentText(), "is equal to");
+    EXPECT_EQ(panel->headerPopUp()->currentText(), "Shot");
+    EXPECT_EQ(panel->settings().currentURL->url, QUrl::fromLocalFile(path("shoot.csv")));
+}
+
+TEST_F(DocumentWindowTest, AnImageDocumentEndsWithTheImagePanel)
+{
+    openWindow(writePackage("[]", "imagesource"));
+    EXPECT_TRUE(dynamic_cast<ImageDataSouceController*>(controller().datasourceView()));
+    QAction* images = m_window->action("imagesourceAction");
+    controller().validateUserInterfaceItem(images);
+    EXPECT_TRUE(images->isChecked());
+
+    // Choosing the CSV panel from the menu brings its settings back.
+    m_window->action("csvsourceAction")->trigger();
+    auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller().datasourceView());
+    ASSERT_TRUE(panel);
+    EXPECT_EQ(panel->headerPopUp()->currentText(), "Shot");
+    EXPECT_EQ(m_window->document().datasource(), "csvsource");
+}
+
+TEST_F(DocumentWindowTest, TheShotListCountsAndSortsTheRows)
+{
+    openWindow(writePackage(titleAndKeywords, "csvsource",
+                            "Shot,Title,Keywords\nb2,x,\nA1,y,\nB10,z,\nZ9,w,\n"));
+    controller().dropImages({QUrl::fromLocalFile(path("images"))});
+    ShotlistViewController* list = controller().showShotlist();
+    QStringList names;
+    QList<int> taken;
+    const QString nameColumn = ShotlistTableModel::nameColumn;
+    const QString statusColumn = ShotlistTableModel::statusColumn;
+    for (int row = 0; row < list->model().numberOfRows(); ++row) {
+        names << list->model().objectValue(&nameColumn, row).toString();
+        taken << list->model().objectValue(&statusColumn, row).toInt();
+    }
+    EXPECT_EQ(names, (QStringList{"A1", "B10", "Z9", "b2"})); // plain order
+    EXPECT_EQ(taken, (QList<int>{1, 0, 1, 0}));
+    EXPECT_EQ(list->shotCountLabel()->text(), "4");
+    EXPECT_EQ(list->completedCountLabel()->text(), "2");
+    EXPECT_FALSE(list->model().objectValue(nullptr, 0).isValid());
+    list->close();
+}
+
+} // namespace

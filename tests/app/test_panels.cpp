@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "windowtesting.h"
+
+#include "app/csvdatasourceviewcontroller.h"
+#include "app/imagedatasoucecontroller.h"
+
+#include "widgets/pathcontrol.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+
+using namespace qb;
+using namespace qb::testing;
+
+namespace {
+
+const QByteArray titleRow =
+    R"([{"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}}])";
+
+class CSVPanelTest : public WindowTest {
+protected:
+    CSVDataSourceViewController& panel() const
+    {
+        auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller().datasourceView());
+        EXPECT_TRUE(panel);
+        return *panel;
+    }
+};
+
+TEST_F(CSVPanelTest, ANewDocumentAsksForData)
+{
+    show(std::make_unique<MappingsDoc>());
+    EXPECT_EQ(panel().headerPopUp()->currentText(), "Select a CSV Above");
+    EXPECT_FALSE(panel().headerPopUp()->isEnabled());
+    EXPECT_TRUE(controller().imageDropNotice->isVisible());
+    EXPECT_FALSE(controller().imageCountLabel->isVisible());
+    EXPECT_FALSE(controller().actionButton->isEnabled());
+
+    // An image without a data source leaves the button disabled.
+    controller().dropImages({QUrl::fromLocalFile(makeJpeg(path("one.jpg")))});
+    EXPECT_EQ(controller().imageCountLabel->text(), "1 Images");
+    EXPECT_FALSE(controller().actionButton->isEnabled());
+
+    // A first import has nothing to compare its headers with.
+    writeFile("first.csv", "Name,Caption\none,Hello\n");
+    panel().pathControl()->setUrl(QUrl::fromLocalFile(path("first.csv")));
+    panel().importFileAction();
+    EXPECT_EQ(panel().headerPopUp()->currentText(), "Name");
+    EXPECT_TRUE(panel().headerPopUp()->isEnabled());
+    EXPECT_EQ(controller().ruleEditor->numberOfRows(), 1);
+    EXPECT_TRUE(controller().actionButton->isEnabled());
+}
+
+TEST_F(CSVPanelTest, OtherHeadersAskFirstAndNeitherAnswerImports)
+{
+    writeFile("reordered.csv", "Keywords,Shot,Title\nx,A1,y\n");
+    writeFile("other.csv", "Frame,Caption\nA1,y\n");
+    openWindow(writePackage(titleRow));
+    const QStringList saved = panel().settings().keyNames;
+
+    // The same headers in another order are a match: no question.
+    panel().importFile(QUrl::fromLocalFile(path("reordered.csv")));
+    EXPECT_EQ(panel().settings().currentURL->url, QUrl::fromLocalFile(path("reordered.csv")));
+
+    for (const char* answer : {"Import", "Cancel"}) {
+        SCOPED_TRACE(answer);
+        QString asked;
+        answerNextBox(answer, &asked);
+        panel().importFile(QUrl::fromLocalFile(path("other.csv")));
+        EXPECT_EQ(asked, "Continue with import and remove all mappings?");
+        EXPECT_EQ(panel().settings().keyNames, (QStringList{"Keywords", "Shot", "Title"}));
+        EXPECT_EQ(panel().pathControl()->url(), QUrl::fromLocalFile(path("reordered.csv")));
+    }
+
+    m_preferences.setWarnOnHeaderMismatch(false);
+    panel().importFile(QUrl::fromLocalFile(path("other.csv")));
+    EXPECT_EQ(panel().settings().keyNames, (QStringList{"Frame", "Caption"}));
+    EXPECT_EQ(panel().headerPopUp()->currentText(), "Frame");
+}
+
+TEST_F(CSVPanelTest, AFileThatIsNotCSVIsReportedAndChangesNothing)
+{
+    openWindow(writePackage(titleRow));
+    writeFile("broken.csv", QByteArray("Shot,Title\n\"open quote,x\n"));
+    panel().importFile(QUrl::fromLocalFile(path("broken.csv")));
+    QTest::qWait(0);
+    auto* alert = m_window->findChild<QMessageBox*>("errorAlert");
+    ASSERT_TRUE(alert);
+    alert->close();
+    EXPECT_EQ(panel().settings().currentURL->url, QUrl::fromLocalFile(path("shoot.csv")));
+    EXPECT_EQ(panel().pathControl()->url(), QUrl::fromLocalFile(path("shoot.csv")));
+    EXPECT_TRUE(panel().isReady());
+}
+
+TEST_F(CSVPanelTest, AMovedFileKeepsTheSavedColumns)
+{
+    const QString package = writePackage(titleRow);
+    QFile::remove(path("shoot.csv"));
+    openWindow(package);
+    EXPECT_EQ(panel().headerPopUp()->count(), 3);
+    EXPECT_EQ(panel().headerPopUp()->currentText(), "Shot");
+    EXPECT_TRUE(panel().pathControl()->url().isEmpty());
+    EXPECT_FALSE(panel().isReady());
+
+    // Reloading without a file does nothing; a double-click opens the folder.
+    panel().reloadCSV();
+    panel().pathControl()->setUrl(QUrl::fromLocalFile(path("data/x.csv")));
+    panel().pathControlDoubleAction(QUrl::fromLocalFile(path("data")));
+    EXPECT_EQ(m_opened, (QList<QUrl>{QUrl::fromLocalFile(path("data"))}));
+}
+
+} // namespace
+
+TEST_F(CSVPanelTest, TheImagePanelReadsOtherImagesOffTheMainThread)
+{
+    openWindow(writePackage("[]", "imagesource"));
+    auto* images = dynamic_cast<ImageDataSouceController*>(controller().datasourceView());
+    ASSERT_TRUE(images);
+    controller().dropImages({QUrl::fromLocalFile(makeJpeg(path("shoot/A1_0001.jpg")))});
+    QSignalSpy finished(images, &ImageDataSouceController::loadFinished);
+    images->sourceImagesLabel()->takeURLs({QUrl::fromLocalFile(makeJpeg(path("A1.jpg")))});
+    EXPECT_EQ(images->sourceImagesLabel()->text(), "1 selected files");
+    // The read runs on a worker: the window answers meanwhile.
+    EXPECT_TRUE(images->isLoading());
+    EXPECT_FALSE(images->sourceImagesLabel()->isEnabled());
+    ASSERT_TRUE(finished.wait(30000));
+    EXPECT_TRUE(images->isReady());
+    EXPECT_TRUE(controller().actionButton->isEnabled());
+    EXPECT_TRUE(images->dataSource()->keyNames().contains("SourceFile"));
+}

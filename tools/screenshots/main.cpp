@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Renders the application's windows to PNG files, for the README, the
+// AppStream metainfo and a look before release. Runs the real windows under
+// whatever platform Qt is given (offscreen works without a display).
+//
+//   qb_screenshots OUTPUT_FOLDER EXAMPLES_FOLDER
+#include "app/appdelegate.h"
+#include "app/csvdatasourceviewcontroller.h"
+#include "app/errorpresenter.h"
+#include "app/shotlistviewcontroller.h"
+
+#include "documents/mappingsdoc.h"
+#include "kit/preferences.h"
+
+#include "extensions/log.h"
+#include "extensions/notificationcenter.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QMessageBox>
+#include <QPainter>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextStream>
+
+using namespace qb;
+
+namespace {
+
+void settle()
+{
+    for (int i = 0; i < 5; ++i) {
+        QApplication::processEvents();
+        QTest::qWait(20);
+    }
+}
+
+bool save(QWidget& widget, const QString& path)
+{
+    settle();
+    const bool saved = widget.grab().save(path);
+    QTextStream(stdout) << (saved ? "wrote " : "could not write ") << path << '\n';
+    return saved;
+}
+
+// The window with the title bar a window manager would add, so that a
+// picture reads as a window.
+QImage framed(QWidget& window)
+{
+    settle();
+    const QImage content = window.grab().toImage();
+    const int bar = 30;
+    QImage image(content.width() + 2, content.height() + bar + 1, QImage::Format_ARGB32);
+    image.fill(QColor(0x3c, 0x3f, 0x41));
+    QPainter painter(&image);
+    painter.drawImage(1, bar, content);
+    painter.setPen(Qt::white);
+    QFont font = painter.font();
+    font.setBold(true);
+    painter.setFont(font);
+    painter.drawText(QRect(0, 0, image.width(), bar), Qt::AlignCenter,
+                     window.windowTitle().remove(QStringLiteral("[*]")));
+    return image;
+}
+
+bool saveWindow(QWidget& window, const QString& path)
+{
+    const bool saved = framed(window).save(path);
+    QTextStream(stdout) << (saved ? "wrote " : "could not write ") << path << '\n';
+    return saved;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Quillbrook"));
+    if (argc < 3) {
+        QTextStream(stderr) << "usage: qb_screenshots OUTPUT_FOLDER EXAMPLES_FOLDER\n";
+        return 2;
+    }
+    const QString out = QString::fromLocal8Bit(argv[1]);
+    const QString examples = QString::fromLocal8Bit(argv[2]);
+    QDir().mkpath(out);
+    setLogSink({});
+    setPrintSink({});
+
+    // Preferences of their own, so that the pictures show a new user's defaults.
+    QTemporaryDir home;
+    Preferences preferences(home.filePath(QStringLiteral("preferences.ini")));
+    NotificationCenter center;
+    AppDelegate delegate(preferences, center);
+    delegate.applicationDidFinishLaunching();
+
+    bool ok = true;
+    DocumentWindow* blank = delegate.documents().newDocument();
+    ok &= saveWindow(*blank, out + QStringLiteral("/new-document.png"));
+    blank->close();
+
+    // The sample images go into a copy, so that nothing in the examples changes.
+    const QString shoot = home.filePath(QStringLiteral("shoot"));
+    QDir().mkpath(shoot);
+    for (const QFileInfo& image :
+         QDir(examples + QStringLiteral("/images")).entryInfoList(QDir::Files))
+        QFile::copy(image.filePath(), shoot + QLatin1Char('/') + image.fileName());
+    DocumentWindow* sample =
+        delegate.documents().openDocument(examples + QStringLiteral("/sample.qbmap"));
+    if (!sample)
+        return 1;
+    settle();
+    sample->viewController().dropImages({QUrl::fromLocalFile(shoot)});
+    ok &= saveWindow(*sample, out + QStringLiteral("/main-window.png"));
+
+    ShotlistViewController* shots = sample->viewController().showShotlist();
+    shots->detach();
+    ok &= saveWindow(*shots, out + QStringLiteral("/shot-list.png"));
+    shots->close();
+
+    Error error;
+    error.errorDescription = QStringLiteral("Exiftool could not be launched.");
+    error.failureReason = QStringLiteral("No file or folder at /usr/local/bin/exiftool.");
+    error.recoverySuggestion =
+        QStringLiteral("Install exiftool (Debian: libimage-exiftool-perl) and try again.");
+    QMessageBox* box = presentError(sample, error);
+    ok &= save(*box, out + QStringLiteral("/error.png"));
+    box->close();
+
+    sample->document().undoStack().clear();
+    sample->close();
+    return ok ? 0 : 1;
+}
