@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "generalpreferenceviewcontroller.h"
+
+#include "extensions/log.h"
+#include "kit/preferences.h"
+#include "widgets/controlbindings.h"
+
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QRadioButton>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+namespace qb {
+
+namespace {
+
+QCheckBox* makeCheckBox(const QString& text, const QString& name, QWidget* parent)
+{
+    auto* box = new QCheckBox(text, parent);
+    box->setObjectName(name);
+    box->setAccessibleName(text);
+    return box;
+}
+
+// The radio button that stands for a stored write method.
+int writeMethodChoice(int writeMethodValue)
+{
+    return writeMethodValue == 0 || writeMethodValue == 2 ? writeMethodValue : 1;
+}
+
+} // namespace
+
+QString writeMethodDescription(int writeMethodValue)
+{
+    switch (writeMethodValue) {
+    case 0:
+        return QStringLiteral("Use Exiftool to write metadata directly to the file.");
+    case 2:
+        return QStringLiteral(
+            "Use AppleEvents to write metadata to the open Capture One document.");
+    default:
+        return QStringLiteral("Use Exiftool to write metadata as XMP sidecar files.");
+    }
+}
+
+GeneralPreferenceViewController::GeneralPreferenceViewController(Preferences& preferences,
+                                                                 QWidget* parent)
+    : QWidget(parent)
+    , m_preferences(preferences)
+{
+    setObjectName(QStringLiteral("generalPreferences"));
+    setAccessibleName(preferencePaneTitle());
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(makeWriteMethodGroup());
+    layout->addWidget(makeAlertsGroup());
+    layout->addStretch();
+}
+
+QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
+{
+    auto* group = new QGroupBox(QStringLiteral("Write metadata"), this);
+    group->setAccessibleName(group->title());
+    auto* layout = new QVBoxLayout(group);
+    m_writeMethods = new QButtonGroup(group);
+    const struct {
+        int value;
+        QString text;
+        QString name;
+    } choices[] = {
+        {0, QStringLiteral("Directly into the image files"), QStringLiteral("writeMethodDirect")},
+        {1, QStringLiteral("Into XMP sidecar files"), QStringLiteral("writeMethodXMP")},
+        {2, QStringLiteral("Into the open Capture One document"),
+         QStringLiteral("writeMethodCaptureOne")},
+    };
+    for (const auto& choice : choices) {
+        auto* button = new QRadioButton(choice.text, group);
+        button->setObjectName(choice.name);
+        button->setAccessibleName(choice.text);
+        m_writeMethods->addButton(button, choice.value);
+        layout->addWidget(button);
+    }
+    m_writeMethods->button(writeMethodChoice(m_preferences.writeMethodValue()))->setChecked(true);
+    connect(m_writeMethods, &QButtonGroup::idClicked, &m_preferences,
+            &Preferences::setWriteMethodValue);
+    // The window keeps this page for the whole session; follow changes
+    // made elsewhere so the page never shows a stale choice.
+    connect(
+        &m_preferences, &Preferences::writeMethodValueChanged, m_writeMethods,
+        [this](int value) { m_writeMethods->button(writeMethodChoice(value))->setChecked(true); });
+
+    m_writeMethodDescription = new QLabel(group);
+    m_writeMethodDescription->setObjectName(QStringLiteral("writeMethodDescription"));
+    m_writeMethodDescription->setAccessibleName(QStringLiteral("Write method description"));
+    m_writeMethodDescription->setWordWrap(true);
+    m_writeMethodDescription->setContentsMargins(0, 6, 0, 0);
+    layout->addWidget(m_writeMethodDescription);
+    return group;
+}
+
+QWidget* GeneralPreferenceViewController::makeAlertsGroup()
+{
+    auto* group = new QGroupBox(QStringLiteral("Alerts"), this);
+    group->setAccessibleName(group->title());
+    auto* layout = new QVBoxLayout(group);
+    const struct {
+        QString text;
+        QByteArray property;
+        void (Preferences::*changed)(bool);
+    } boxes[] = {
+        {QStringLiteral("Warn when a CSV file's headers don't match the rules"),
+         "warnOnHeaderMismatch", &Preferences::warnOnHeaderMismatchChanged},
+        {QStringLiteral("Show a message when metadata has been written"),
+         "presentDialogueOnSuccess", &Preferences::presentDialogueOnSuccessChanged},
+    };
+    for (const auto& entry : boxes) {
+        QCheckBox* box = makeCheckBox(entry.text, QString::fromLatin1(entry.property), group);
+        new CheckboxBinding(box, &m_preferences, entry.property);
+        connect(&m_preferences, entry.changed, box, &QCheckBox::setChecked);
+        layout->addWidget(box);
+    }
+    return group;
+}
+
+void GeneralPreferenceViewController::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (m_writeMethodObserver)
+        return;
+    m_writeMethodObserver = connect(&m_preferences, &Preferences::writeMethodValueChanged, this,
+                                    &GeneralPreferenceViewController::updateDescription);
+    updateDescription(m_preferences.writeMethodValue());
+}
+
+void GeneralPreferenceViewController::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    // A minimised window hides its pages spontaneously; they are still open.
+    if (!event->spontaneous()) {
+        disconnect(m_writeMethodObserver);
+        m_writeMethodObserver = {};
+    }
+}
+
+void GeneralPreferenceViewController::updateDescription(int writeMethodValue)
+{
+    qbPrint(QStringLiteral("Updating description"));
+    m_writeMethodDescription->setText(writeMethodDescription(writeMethodValue));
+}
+
+} // namespace qb

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QMetaObject>
+#include <QString>
+#include <QWidget>
+
+class QButtonGroup;
+class QLabel;
+
+namespace qb {
+
+class Preferences;
+
+// What the write method stored as `writeMethodValue` does: 0 direct,
+// 2 Capture One, any other number XMP sidecars.
+QString writeMethodDescription(int writeMethodValue);
+
+// The General page: the write method, and the two check boxes of the
+// import and assign alerts. Controls write to the preferences at once.
+class GeneralPreferenceViewController final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit GeneralPreferenceViewController(Preferences& preferences, QWidget* parent = nullptr);
+
+    static QString preferencePaneTitle() { return QStringLiteral("General"); }
+    QLabel* writeMethodDescriptionLabel() const { return m_writeMethodDescription; }
+
+protected:
+    // The description follows the preference only while the page is shown.
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+
+private:
+    QWidget* makeWriteMethodGroup();
+    QWidget* makeAlertsGroup();
+    void updateDescription(int writeMethodValue);
+
+    Preferences& m_preferences;
+    QButtonGroup* m_writeMethods = nullptr;
+    QLabel* m_writeMethodDescription = nullptr;
+    QMetaObject::Connection m_writeMethodObserver;
+};
+
+} // namespace qb

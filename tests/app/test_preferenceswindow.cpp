@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "../widgets/guiapplication.h"
+
+#include "app/appinfo.h"
+#include "app/generalpreferenceviewcontroller.h"
+#include "app/preferenceswindow.h"
+#include "app/updater.h"
+#include "extensions/log.h"
+#include "kit/preferences.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QRadioButton>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace qb;
+
+namespace {
+
+const QString direct = "Use Exiftool to write metadata directly to the file.";
+const QString xmp = "Use Exiftool to write metadata as XMP sidecar files.";
+const QString captureOne = "Use AppleEvents to write metadata to the open Capture One document.";
+
+class PreferencesWindowTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        setPrintSink([this](const QString& text) { m_printed << text; });
+        setLogSink([this](const QString& text) { m_logged << text; });
+        m_preferences.registerDefaults();
+        m_printed.clear();
+    }
+    void TearDown() override
+    {
+        setPrintSink({});
+        setLogSink({});
+    }
+
+    template <typename T>
+    T* find(const char* name) const
+    {
+        T* widget = m_window.findChild<T*>(QString::fromLatin1(name));
+        EXPECT_TRUE(widget) << name;
+        return widget;
+    }
+    QString description() const { return find<QLabel>("writeMethodDescription")->text(); }
+
+    qb::testing::GuiApplication m_app;
+    QTemporaryDir m_dir;
+    Preferences m_preferences{m_dir.filePath("Quillbrook.ini")};
+    RecordingUpdater m_updater;
+    AppInfo m_info{"Quillbrook", "42", "1.2", "org.quillbrook.Quillbrook"};
+    PreferencesWindow m_window{m_preferences, &m_updater, m_info,
+                               QUrl("https://updates.example.org/")};
+    QStringList m_printed;
+    QStringList m_logged;
+};
+
+TEST_F(PreferencesWindowTest, ANewUserWritesDirectlyAndGetsBetasOnceUpdatesAreShown)
+{
+    m_window.showPreferences();
+    EXPECT_EQ(m_window.currentPage(), 0);
+    EXPECT_EQ(m_preferences.writeMethodValue(), 0);
+    EXPECT_TRUE(find<QRadioButton>("writeMethodDirect")->isChecked());
+    EXPECT_EQ(description(), direct);
+    EXPECT_EQ(m_printed, QStringList{"Updating description"});
+    EXPECT_TRUE(find<QCheckBox>("warnOnHeaderMismatch")->isChecked());
+    EXPECT_FALSE(find<QCheckBox>("presentDialogueOnSuccess")->isChecked());
+    EXPECT_TRUE(m_updater.feedURL().isEmpty()) << "the feed waits for the Updates page";
+
+    const QString feed = "https://updates.example.org/applications/org.quillbrook.Quillbrook/";
+    m_window.showPage(1);
+    EXPECT_EQ(m_updater.feedURL(), QUrl(feed + "betas/appcast.xml"));
+    find<QCheckBox>("includeBetaReleases")->click();
+    EXPECT_FALSE(m_preferences.includeBetaReleases());
+    EXPECT_EQ(m_updater.feedURL(), QUrl(feed + "releases/appcast.xml"));
+    EXPECT_EQ(m_logged, QStringList({"Setting Sparkle feed to " + feed + "betas/appcast.xml",
+                                     "Setting Sparkle feed to " + feed + "releases/appcast.xml"}));
+
+    // Closed, the window's pages stop following; reopened, it is on Updates.
+    m_window.close();
+    m_preferences.setIncludeBetaReleases(true);
+    EXPECT_EQ(m_updater.feedURL(), QUrl(feed + "releases/appcast.xml"));
+    m_window.showPreferences();
+    EXPECT_EQ(m_window.currentPage(), 1);
+    EXPECT_EQ(m_updater.feedURL(), QUrl(feed + "betas/appcast.xml"));
+}
+
+TEST_F(PreferencesWindowTest, TheDescriptionAndChoiceFollowTheStoredWriteMethodWhileShown)
+{
+    m_window.showPreferences();
+    const struct {
+        int value;
+        QString text;
+        const char* choice;
+    } rows[] = {{2, captureOne, "writeMethodCaptureOne"},
+                {1, xmp, "writeMethodXMP"},
+                {5, xmp, "writeMethodXMP"},
+                {0, direct, "writeMethodDirect"},
+                {-1, xmp, "writeMethodXMP"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.value);
+        m_preferences.setWriteMethodValue(row.value);
+        EXPECT_EQ(description(), row.text);
+        EXPECT_TRUE(find<QRadioButton>(row.choice)->isChecked());
+    }
+    EXPECT_EQ(m_printed.size(), 1 + int(std::size(rows)));
+
+    m_window.showPage(1);
+    m_preferences.setWriteMethodValue(2);
+    EXPECT_EQ(m_printed.size(), 1 + int(std::size(rows))) << "no description while hidden";
+    m_window.showPage(0);
+    EXPECT_EQ(description(), captureOne);
+}
+
+TEST_F(PreferencesWindowTest, ControlsWriteThePreferences)
+{
+    m_window.showPreferences();
+    find<QRadioButton>("writeMethodXMP")->click();
+    EXPECT_EQ(m_preferences.writeMethodValue(), 1);
+    EXPECT_EQ(description(), xmp);
+    find<QCheckBox>("warnOnHeaderMismatch")->click();
+    find<QCheckBox>("presentDialogueOnSuccess")->click();
+    EXPECT_FALSE(m_preferences.warnOnHeaderMismatch());
+    EXPECT_TRUE(m_preferences.presentDialogueOnSuccess());
+}
+
+} // namespace
