@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "appdelegate.h"
 
+#include "app/appinfo.h"
+#include "app/contactform.h"
+#include "app/deploymentsettings.h"
+#include "app/feedbackrequest.h"
+#include "app/preferenceswindow.h"
+
 #include "kit/preferences.h"
 
 #include <QApplication>
@@ -8,16 +14,17 @@
 
 namespace qb {
 
-AppDelegate::AppDelegate(Preferences& preferences, NotificationCenter& center, QObject* parent)
+AppDelegate::AppDelegate(Preferences& preferences, NotificationCenter& center, UrlOpener openUrl,
+                         QObject* parent)
     : QObject(parent)
     , m_preferences(preferences)
+    , m_openUrl(openUrl ? std::move(openUrl)
+                        : [](const QUrl& url) { QDesktopServices::openUrl(url); })
 {
     WindowServices services;
     services.preferences = &preferences;
     services.center = &center;
-    services.openUrl = [](const QUrl& url) {
-        QDesktopServices::openUrl(url);
-    };
+    services.openUrl = m_openUrl;
     m_documents =
         std::make_unique<DocumentController>(services, *this, preferences.settings(), this);
 }
@@ -78,14 +85,36 @@ void AppDelegate::quit()
         QApplication::quit();
 }
 
-void AppDelegate::showPreferences() {}
+void AppDelegate::showPreferences()
+{
+    if (!m_preferencesWindow)
+        m_preferencesWindow = std::make_unique<PreferencesWindow>(m_preferences, &m_updater,
+                                                                  AppInfo::fromApplication());
+    m_preferencesWindow->showPreferences();
+}
 
-void AppDelegate::showWebsite() {}
+void AppDelegate::showWebsite()
+{
+    m_openUrl(deployment::productWebsite());
+}
 
-void AppDelegate::showStudioWebsite() {}
+void AppDelegate::showStudioWebsite()
+{
+    m_openUrl(deployment::studioWebsite());
+}
 
-void AppDelegate::showOnlineHelp() {}
+void AppDelegate::showOnlineHelp()
+{
+    m_openUrl(deployment::onlineHelp());
+}
 
-void AppDelegate::sendFeedback() {}
+void AppDelegate::sendFeedback()
+{
+    if (!m_contactForm)
+        m_contactForm = std::make_unique<ContactForm>(
+            AppInfo::fromApplication(),
+            feedbackEndpoint(m_preferences.value(feedbackEndpointKey)));
+    m_contactForm->sendFeedback();
+}
 
 } // namespace qb

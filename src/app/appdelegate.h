@@ -3,14 +3,19 @@
 
 #include "app/documentcontroller.h"
 
+#include "app/updater.h"
+
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 namespace qb {
 
+class ContactForm;
 class NotificationCenter;
 class Preferences;
+class PreferencesWindow;
 
 // The application object's side of the desktop: the defaults registered at
 // launch, the documents, and what the menus open beyond a document.
@@ -18,7 +23,12 @@ class AppDelegate final : public QObject, public ApplicationActions {
     Q_OBJECT
 
 public:
-    AppDelegate(Preferences& preferences, NotificationCenter& center, QObject* parent = nullptr);
+    using UrlOpener = std::function<void(const QUrl&)>;
+
+    // `openUrl` opens web pages and folders; by default in the desktop's
+    // default application.
+    AppDelegate(Preferences& preferences, NotificationCenter& center, UrlOpener openUrl = {},
+                QObject* parent = nullptr);
     ~AppDelegate() override;
 
     // Registers the preference defaults.
@@ -27,6 +37,10 @@ public:
     void openStartupDocuments(const QStringList& paths);
 
     DocumentController& documents() { return *m_documents; }
+    // Made on first use and kept; null before.
+    PreferencesWindow* preferencesWindow() const { return m_preferencesWindow.get(); }
+    ContactForm* contactForm() const { return m_contactForm.get(); }
+    const RecordingUpdater& updater() const { return m_updater; }
 
     void newDocument() override;
     void openDocument() override;
@@ -44,7 +58,12 @@ public:
 
 private:
     Preferences& m_preferences;
+    UrlOpener m_openUrl;
+    // No update is downloaded here: the updater only keeps the feed.
+    RecordingUpdater m_updater;
     std::unique_ptr<DocumentController> m_documents;
+    std::unique_ptr<PreferencesWindow> m_preferencesWindow;
+    std::unique_ptr<ContactForm> m_contactForm;
 };
 
 } // namespace qb

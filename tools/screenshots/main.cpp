@@ -5,6 +5,8 @@
 //
 //   qb_screenshots OUTPUT_FOLDER EXAMPLES_FOLDER
 #include "app/appdelegate.h"
+#include "app/contactform.h"
+#include "app/preferenceswindow.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/errorpresenter.h"
 #include "app/shotlistviewcontroller.h"
@@ -76,6 +78,7 @@ int main(int argc, char* argv[])
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillbrook"));
+    QApplication::setApplicationVersion(QStringLiteral(QB_VERSION));
     if (argc < 3) {
         QTextStream(stderr) << "usage: qb_screenshots OUTPUT_FOLDER EXAMPLES_FOLDER\n";
         return 2;
@@ -128,5 +131,16 @@ int main(int argc, char* argv[])
 
     sample->document().undoStack().clear();
     sample->close();
+
+    delegate.showPreferences();
+    PreferencesWindow* preferencesWindow = delegate.preferencesWindow();
+    ok &= saveWindow(*preferencesWindow, out + QStringLiteral("/preferences-general.png"));
+    preferencesWindow->showPage(1);
+    ok &= saveWindow(*preferencesWindow, out + QStringLiteral("/preferences-updates.png"));
+    preferencesWindow->close();
+
+    delegate.sendFeedback();
+    ok &= saveWindow(*delegate.contactForm()->window(), out + QStringLiteral("/feedback.png"));
+    delegate.contactForm()->window()->hide();
     return ok ? 0 : 1;
 }
