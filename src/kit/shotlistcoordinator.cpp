@@ -4,6 +4,7 @@
 #include "kit/urlimageprovider.h"
 
 #include "extensions/plainorder.h"
+#include "extensions/regex.h"
 
 #include <QDir>
 #include <QFile>
@@ -94,6 +95,8 @@ void ShotlistCoordinator::setDatasource(std::shared_ptr<MetadataSource> datasour
 
 std::vector<ShotRequest> ShotlistCoordinator::shotRequests() const
 {
+    // A key pattern that runs out of time is told once.
+    const RegexTimeouts run;
     const auto byKey = m_datasource->imagesByKey(m_imageProvider->images());
     std::vector<ShotRequest> shots;
     shots.reserve(byKey.size());
