@@ -15,6 +15,11 @@
 #include <unicode/datefmt.h>
 
 #include <array>
+#include <cerrno>
+#include <limits>
+
+#include <signal.h>
+#include <unistd.h>
 
 namespace qb {
 
@@ -46,6 +51,41 @@ void releaseSharedQueues()
 {
     for (auto& queue : sharedQueues())
         queue.reset();
+}
+
+bool processIsRunning(qint64 pid)
+{
+    if (pid <= 0 || pid > std::numeric_limits<pid_t>::max())
+        return false;
+    // EPERM: it runs, under another user.
+    return ::kill(pid_t(pid), 0) == 0 || errno == EPERM;
+}
+
+// Removes a private folder, never what a link of that name points to.
+void removePrivateFolder(const QFileInfo& folder)
+{
+    if (folder.isDir() && !folder.isSymLink())
+        QDir(folder.absoluteFilePath()).removeRecursively();
+}
+
+// The private folders of this method that queues left behind when their
+// process was killed or crashed. Folders of running processes, of other
+// users and of other methods are left alone.
+void removeStaleFolders(const QString& method)
+{
+    const QString prefix = QStringLiteral("quillbrook-");
+    const QString suffix = QLatin1Char('-') + method;
+    const QFileInfoList folders = QDir(QDir::tempPath())
+                                      .entryInfoList({prefix + QLatin1Char('*') + suffix},
+                                                     QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
+    for (const QFileInfo& folder : folders) {
+        const QString name = folder.fileName();
+        bool isNumber = false;
+        const qint64 pid = name.mid(prefix.size(), name.size() - prefix.size() - suffix.size())
+                               .toLongLong(&isNumber);
+        if (isNumber && pid > 0 && folder.ownerId() == ::getuid() && !processIsRunning(pid))
+            removePrivateFolder(folder);
+    }
 }
 
 Error captureOneUnavailable()
@@ -131,6 +171,7 @@ MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBun
     });
     if (useBundle)
         useBundleExifTool();
+    removeStaleFolders(caseName(m_writeMethod));
 }
 
 MetadataQueue::~MetadataQueue()
@@ -138,6 +179,7 @@ MetadataQueue::~MetadataQueue()
     // A write in progress finishes first; its completion is dropped with us.
     m_thread.quit();
     m_thread.wait();
+    removePrivateFolder(QFileInfo(privateFolderPath()));
 }
 
 void MetadataQueue::setPaused(bool paused)
@@ -312,14 +354,19 @@ void MetadataQueue::write(Completion completion)
         Qt::QueuedConnection);
 }
 
-QString MetadataQueue::exchangeFilePath() const
+QString MetadataQueue::privateFolderPath() const
 {
     // One folder per process and method: two queues, or two processes run
     // by a script, must never write over each other's exchange file.
-    const QString folder = QStringLiteral("quillbrook-%1-%2")
-                               .arg(QCoreApplication::applicationPid())
-                               .arg(caseName(m_writeMethod));
-    return QDir(QDir::tempPath()).filePath(folder + QStringLiteral("/QuillbrookMetadata.json"));
+    const QString folder =
+        QStringLiteral("quillbrook-%1-%2")
+            .arg(QString::number(QCoreApplication::applicationPid()), caseName(m_writeMethod));
+    return QDir(QDir::tempPath()).filePath(folder);
+}
+
+QString MetadataQueue::exchangeFilePath() const
+{
+    return privateFolderPath() + QStringLiteral("/QuillbrookMetadata.json");
 }
 
 void MetadataQueue::writeBody(const Completion& completion)

@@ -102,6 +102,9 @@ private:
                            const std::function<void(const WriteResult&)>& continuation);
     void finishWrite(const WriteResult& result, const QDateTime& start, const ImageMap& batch,
                      const Completion& completion);
+    // Holds the exchange file; removed when the queue goes. One left by a
+    // process that no longer runs is removed when a queue of its method starts.
+    QString privateFolderPath() const;
     QString exchangeFilePath() const;
 
     WriteMethod m_writeMethod;
