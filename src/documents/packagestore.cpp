@@ -53,9 +53,11 @@ QString siblingName(const QString& path, const char* purpose)
     const QFileInfo info(path);
     for (;;) {
         const QString candidate = info.dir().filePath(
+            // One arg() call: a second would read a "%1" in the file name.
             QStringLiteral(".%1.%2-%3")
-                .arg(info.fileName(), QLatin1String(purpose))
-                .arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0')));
+                .arg(info.fileName(), QLatin1String(purpose),
+                     QStringLiteral("%1").arg(QRandomGenerator::global()->generate(), 8, 16,
+                                              QLatin1Char('0'))));
         if (!QFileInfo::exists(candidate) && !QFileInfo(candidate).isSymLink())
             return candidate;
     }
