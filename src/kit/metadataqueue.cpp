@@ -157,6 +157,7 @@ MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBun
     , m_timerBuffer(timerBuffer)
     , m_clock(std::move(clock))
     , m_exifWriter(writer ? std::move(writer) : std::make_unique<MetadataReader>())
+    , m_exiftoolLocation(m_exifWriter->exiftool().exiftoolLocation())
     , m_worker(new QObject)
 {
     m_thread.setObjectName(QStringLiteral("QuillbrookKitMetadata"));
@@ -264,20 +265,20 @@ void MetadataQueue::useInstalledExifTool()
 
 void MetadataQueue::setExiftoolLocation(const QString& path)
 {
-    const QMutexLocker locker(&m_writerMutex);
-    m_exifWriter->exiftool().setExiftoolLocation(path);
+    const QMutexLocker locker(&m_settingsMutex);
+    m_exiftoolLocation = path;
 }
 
 void MetadataQueue::setCaptureOneWriter(std::shared_ptr<CaptureOneWriter> writer)
 {
-    const QMutexLocker locker(&m_writerMutex);
+    const QMutexLocker locker(&m_settingsMutex);
     m_captureOneWriter = std::move(writer);
 }
 
 QString MetadataQueue::exiftoolLocation() const
 {
-    const QMutexLocker locker(&m_writerMutex);
-    return m_exifWriter->exiftool().exiftoolLocation();
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_exiftoolLocation;
 }
 
 void MetadataQueue::invalidateTimer()
@@ -342,8 +343,18 @@ void MetadataQueue::clearQueue()
 
 void MetadataQueue::write()
 {
+    // A timed write has no one else to tell why it failed: give every text,
+    // and the program when they don't name it.
     write([](const WriteResult& result) {
-        qbPrint(result ? QStringLiteral("Write was a success") : result.error().errorDescription);
+        if (result) {
+            qbPrint(QStringLiteral("Write was a success"));
+            return;
+        }
+        QString text = result.error().message();
+        const QString program = result.error().userInfo.value(QStringLiteral("program")).toString();
+        if (!program.isEmpty() && !text.contains(program))
+            text += QStringLiteral(" (") + program + QLatin1Char(')');
+        qbPrint(text);
     });
 }
 
@@ -389,7 +400,7 @@ void MetadataQueue::writeBody(const Completion& completion)
     case WriteMethod::captureOne: {
         std::shared_ptr<CaptureOneWriter> writer;
         {
-            const QMutexLocker locker(&m_writerMutex);
+            const QMutexLocker locker(&m_settingsMutex);
             writer = m_captureOneWriter;
         }
         continuation(writer ? writer->applyAdjustments(batch)
@@ -402,7 +413,8 @@ void MetadataQueue::writeBody(const Completion& completion)
 void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
                                       const std::function<void(const WriteResult&)>& continuation)
 {
-    const QMutexLocker locker(&m_writerMutex);
+    // The executable as chosen now; a later choice applies to the next write.
+    m_exifWriter->exiftool().setExiftoolLocation(exiftoolLocation());
     const QString file = exchangeFilePath();
     m_exifWriter->clear();
     ExifImages images;

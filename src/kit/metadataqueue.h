@@ -115,10 +115,13 @@ private:
     mutable QMutex m_imagesMutex;
     ImageMap m_imageQueue;
 
-    // The writer is used on the worker thread only, except for the choice of
-    // executable, which takes this lock too.
-    mutable QMutex m_writerMutex;
+    // Used on the worker thread only, so that nothing the main thread does
+    // waits for exiftool.
     std::unique_ptr<MetadataManager> m_exifWriter;
+    // The choices a write picks up when it starts; the lock is held for a
+    // copy, never across a write.
+    mutable QMutex m_settingsMutex;
+    QString m_exiftoolLocation;
     std::shared_ptr<CaptureOneWriter> m_captureOneWriter;
 
     QTimer m_timer;
