@@ -36,8 +36,9 @@ struct RegexMatch {
 // lives, so that a run (an assignment, a shot list) reports each pattern
 // once and then skips it, rather than paying the time limit and reporting
 // again for every image. A pattern is reported when it first runs out: in
-// the system log, and to `report` when there is one. One made while another
-// is in force on the thread joins it, so the outermost run reports.
+// the system log, and to `report` when there is one. It lives on the stack
+// of the run; one made while another is in force on the thread joins it, so
+// the outermost run reports.
 //
 // It is found through the thread rather than passed along, because the
 // patterns run deep inside mappers, which are pure values with no way to

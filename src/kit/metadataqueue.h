@@ -32,7 +32,8 @@ class ShotlistCoordinator;
 // Threads: the queue lives on the main thread, which enqueues, owns the
 // timer and receives completions. Each queue has one serial worker thread
 // on which write bodies run, one at a time, in order of request. The
-// pending images are the only state both touch, and a mutex guards them.
+// pending images and the choice of writers are the state both touch; each
+// has its own mutex, and neither is held while exiftool runs.
 class MetadataQueue : public QObject {
     Q_OBJECT
 
