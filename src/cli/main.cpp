@@ -2,6 +2,7 @@
 #include "command.h"
 
 #include "extensions/log.h"
+#include "extensions/regex.h"
 
 #include <QCoreApplication>
 
@@ -27,5 +28,11 @@ int main(int argc, char* argv[])
     QTextStream out(stdout);
     QTextStream err(stderr);
     qb::cli::Streams streams{out, err};
+    // A pattern from the user that ran out of time changes the result, so
+    // stderr hears of it even when the log isn't shown there.
+    const qb::RegexTimeouts timeouts(
+        terminal ? qb::RegexTimeouts::Report() : [&streams](const QString& pattern) {
+            qb::cli::printError(streams, qb::RegexTimeouts::message(pattern));
+        });
     return static_cast<int>(qb::cli::run(QCoreApplication::arguments(), streams));
 }

@@ -4,14 +4,18 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace qb {
 
 namespace {
-
-// Deeper than any package we write; reaching it means a link loop or a tree
-// that isn't ours.
-constexpr int maximumDepth = 32;
 
 enum class FileWrapperErrorCode { unreadable = 1, unwritable = 2 };
 
@@ -28,46 +32,20 @@ Error fileWrapperError(FileWrapperErrorCode code, const QString& path, const QSt
     return error;
 }
 
-std::expected<FileWrapper, Error> readRegularFile(const QString& path, const QString& name)
+std::expected<FileWrapper, Error> unreadable(const QString& path, const QString& reason)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::unexpected(
-            fileWrapperError(FileWrapperErrorCode::unreadable, path, file.errorString()));
-    QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return std::unexpected(
-            fileWrapperError(FileWrapperErrorCode::unreadable, path, file.errorString()));
-    return FileWrapper::regularFile(std::move(bytes), name);
+    return std::unexpected(fileWrapperError(FileWrapperErrorCode::unreadable, path, reason));
 }
 
-std::expected<FileWrapper, Error> readTree(const QString& path, int depth)
+QString systemReason()
 {
-    const QFileInfo info(path);
-    if (!info.exists())
-        return std::unexpected(
-            fileWrapperError(FileWrapperErrorCode::unreadable, path,
-                             QStringLiteral("There is no such file or folder.")));
-    if (!info.isDir())
-        return readRegularFile(path, info.fileName());
-    if (depth >= maximumDepth)
-        return std::unexpected(
-            fileWrapperError(FileWrapperErrorCode::unreadable, path,
-                             QStringLiteral("The folders are nested too deeply.")));
-    const QDir dir(path);
-    if (!dir.isReadable())
-        return std::unexpected(fileWrapperError(FileWrapperErrorCode::unreadable, path,
-                                                QStringLiteral("The folder can't be listed.")));
-    FileWrapper::Members members;
-    const QStringList names =
-        dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    for (const QString& name : names) {
-        auto member = readTree(dir.filePath(name), depth + 1);
-        if (!member)
-            return std::unexpected(member.error());
-        members.emplace(name, std::move(*member));
-    }
-    return FileWrapper::directory(std::move(members), info.fileName());
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+QString tooLarge(qint64 maximumSize)
+{
+    return QStringLiteral("It is larger than %1.")
+        .arg(QLocale::c().formattedDataSize(maximumSize, 0));
 }
 
 std::expected<void, Error> writeRegularFile(const QByteArray& bytes, const QString& path)
@@ -127,9 +105,36 @@ const FileWrapper* FileWrapper::member(const QString& name) const
     return it == m_members.end() ? nullptr : &it->second;
 }
 
-std::expected<FileWrapper, Error> FileWrapper::read(const QString& path)
+std::expected<FileWrapper, Error> FileWrapper::readRegularFile(const QString& path,
+                                                               qint64 maximumSize)
 {
-    return readTree(path, 0);
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status {};
+    if (::stat(name.constData(), &status) != 0)
+        return unreadable(path, systemReason());
+    if (!S_ISREG(status.st_mode))
+        return unreadable(path, QStringLiteral("It is not a regular file."));
+    if (status.st_size > maximumSize)
+        return unreadable(path, tooLarge(maximumSize));
+    // Checked again on what was opened, in case the name now means something
+    // else; without blocking, so that a FIFO put there can't hold us.
+    const int descriptor = ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return unreadable(path, systemReason());
+    QFile file;
+    if (!file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        return unreadable(path, file.errorString());
+    }
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        return unreadable(path, QStringLiteral("It is not a regular file."));
+    // One byte more than allowed tells a file that grew since it was looked at.
+    QByteArray bytes = file.read(maximumSize + 1);
+    if (file.error() != QFileDevice::NoError)
+        return unreadable(path, file.errorString());
+    if (bytes.size() > maximumSize)
+        return unreadable(path, tooLarge(maximumSize));
+    return regularFile(std::move(bytes), QFileInfo(path).fileName());
 }
 
 std::expected<void, Error> FileWrapper::write(const QString& path) const

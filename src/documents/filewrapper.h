@@ -36,9 +36,12 @@ public:
     // The name the wrapper asks to be stored under when it joins a directory.
     QString preferredFilename;
 
-    // The tree at `path`. Links are followed; a tree nested deeper than any
-    // package could be (a link loop, for one) is refused rather than walked.
-    static std::expected<FileWrapper, Error> read(const QString& path);
+    // The regular file at `path`, holding at most `maximumSize` bytes. A
+    // FIFO, a device, a folder or a larger file is refused without reading
+    // from it: reading one could wait for ever or fill the memory. Links are
+    // followed; keeping them inside a package is the caller's affair.
+    static std::expected<FileWrapper, Error> readRegularFile(const QString& path,
+                                                             qint64 maximumSize);
     // Writes the tree to `path`, which must not exist yet, or be an empty
     // folder when this is a directory. Stops at the first failure and leaves
     // whatever it has written for the caller to remove.

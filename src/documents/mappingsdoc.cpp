@@ -83,7 +83,7 @@ std::expected<std::unique_ptr<MappingsDoc>, Error> MappingsDoc::open(const QStri
     const auto packagePath = packagePathForOpening(path);
     if (!packagePath)
         return std::unexpected(packagePath.error());
-    const auto package = FileWrapper::read(*packagePath);
+    const auto package = readPackage(*packagePath);
     if (!package)
         return std::unexpected(package.error());
     auto document = std::make_unique<MappingsDoc>(parent);

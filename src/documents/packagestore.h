@@ -17,6 +17,21 @@ inline QString packageExtension()
     return QStringLiteral("qbmap");
 }
 
+// What one member, and all of a package together, may hold: far more than
+// any settings file, far less than the images a mistaken choice of folder
+// could hold.
+constexpr qint64 maximumMemberSize = 16 * 1024 * 1024;
+constexpr qint64 maximumPackageSize = 4 * maximumMemberSize;
+
+// The members of the package folder at `path` that the format names, and
+// nothing else: mapping.json, and each direct member of datasource/ by name.
+// A member is read only when it is a regular file inside the package, links
+// resolved, and within the sizes above. When mapping.json is not, opening
+// fails and says why; any other member is left out, and the log says why.
+// A missing mapping.json is not reported here: the package has no such
+// member, and decoding it says so.
+std::expected<FileWrapper, Error> readPackage(const QString& path);
+
 // The package folder for what the user picked: the folder itself, or the
 // mapping.json inside it. Anything else is refused with an explanation.
 std::expected<QString, Error> packagePathForOpening(const QString& path);

@@ -12,7 +12,8 @@ bool nameMatchesKey(const QString& canonicalName, const QString& key,
 {
     using Style = FileNameDataSource::MatchingStyle;
     if (style == Style::regex) {
-        const std::optional<Regex> pattern = Regex::compile(key);
+        // Composed like the name, so that an accent typed either way matches.
+        const std::optional<Regex> pattern = Regex::compile(canonical(key));
         return pattern && pattern->isFoundIn(canonicalName);
     }
     const QString canonicalKey = canonical(key);
@@ -37,7 +38,7 @@ KeyMatcher::KeyMatcher(const QStringList& keys, MatchingStyle style)
     if (style == MatchingStyle::regex) {
         m_patterns.reserve(keys.size());
         for (const QString& key : keys)
-            m_patterns.push_back(Regex::compile(key));
+            m_patterns.push_back(Regex::compile(canonical(key)));
         return;
     }
     m_canonicalKeys.reserve(keys.size());

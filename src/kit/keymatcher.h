@@ -15,7 +15,7 @@
 namespace qb {
 
 // The comparison of one key with one image name, under a style. Both sides
-// are taken in their canonical form.
+// are taken in their canonical form, a pattern as well as a plain key.
 bool nameMatchesKey(const QString& canonicalName, const QString& key,
                     FileNameDataSource::MatchingStyle style);
 

@@ -2,6 +2,7 @@
 #include "metadataassignment.h"
 
 #include "extensions/plainorder.h"
+#include "extensions/regex.h"
 
 #include <QHash>
 
@@ -64,6 +65,8 @@ ExifImages mapImages(const ImageProvider& provider, const MetadataSource& source
     const QList<QUrl> urls = provider.images();
     if (urls.isEmpty())
         return {};
+    // A key or replacement pattern that runs out of time is told once.
+    const RegexTimeouts run;
     const std::vector<MetadataRow> rows = source.metadataForImages(urls);
     const MappingLookup lookup(mappings);
     ExifImages images;

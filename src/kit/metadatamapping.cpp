@@ -22,11 +22,12 @@ MetadataMapping::MetadataMapping(QString keyName, QString destTag,
 QString MetadataMapping::description() const
 {
     const int count = actions ? actions->mapperCount() : 0;
-    return QStringLiteral("Mapping '%1' -> %2 %3 -> '%4'")
-        .arg(keyName)
-        .arg(count)
-        .arg(count == 1 ? QStringLiteral("action") : QStringLiteral("actions"))
-        .arg(destTag);
+    // Joined, not formatted: each arg() would read a "%2" that a column name
+    // brought along as a place for the next value.
+    return QStringLiteral("Mapping '") + keyName + QStringLiteral("' -> ") +
+           QString::number(count) +
+           (count == 1 ? QStringLiteral(" action") : QStringLiteral(" actions")) +
+           QStringLiteral(" -> '") + destTag + QLatin1Char('\'');
 }
 
 Json MetadataMapping::toJson() const

@@ -15,6 +15,11 @@
 #include <unicode/datefmt.h>
 
 #include <array>
+#include <cerrno>
+#include <limits>
+
+#include <signal.h>
+#include <unistd.h>
 
 namespace qb {
 
@@ -46,6 +51,41 @@ void releaseSharedQueues()
 {
     for (auto& queue : sharedQueues())
         queue.reset();
+}
+
+bool processIsRunning(qint64 pid)
+{
+    if (pid <= 0 || pid > std::numeric_limits<pid_t>::max())
+        return false;
+    // EPERM: it runs, under another user.
+    return ::kill(pid_t(pid), 0) == 0 || errno == EPERM;
+}
+
+// Removes a private folder, never what a link of that name points to.
+void removePrivateFolder(const QFileInfo& folder)
+{
+    if (folder.isDir() && !folder.isSymLink())
+        QDir(folder.absoluteFilePath()).removeRecursively();
+}
+
+// The private folders of this method that queues left behind when their
+// process was killed or crashed. Folders of running processes, of other
+// users and of other methods are left alone.
+void removeStaleFolders(const QString& method)
+{
+    const QString prefix = QStringLiteral("quillbrook-");
+    const QString suffix = QLatin1Char('-') + method;
+    const QFileInfoList folders = QDir(QDir::tempPath())
+                                      .entryInfoList({prefix + QLatin1Char('*') + suffix},
+                                                     QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
+    for (const QFileInfo& folder : folders) {
+        const QString name = folder.fileName();
+        bool isNumber = false;
+        const qint64 pid = name.mid(prefix.size(), name.size() - prefix.size() - suffix.size())
+                               .toLongLong(&isNumber);
+        if (isNumber && pid > 0 && folder.ownerId() == ::getuid() && !processIsRunning(pid))
+            removePrivateFolder(folder);
+    }
 }
 
 Error captureOneUnavailable()
@@ -117,6 +157,7 @@ MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBun
     , m_timerBuffer(timerBuffer)
     , m_clock(std::move(clock))
     , m_exifWriter(writer ? std::move(writer) : std::make_unique<MetadataReader>())
+    , m_exiftoolLocation(m_exifWriter->exiftool().exiftoolLocation())
     , m_worker(new QObject)
 {
     m_thread.setObjectName(QStringLiteral("QuillbrookKitMetadata"));
@@ -131,6 +172,7 @@ MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBun
     });
     if (useBundle)
         useBundleExifTool();
+    removeStaleFolders(caseName(m_writeMethod));
 }
 
 MetadataQueue::~MetadataQueue()
@@ -138,6 +180,7 @@ MetadataQueue::~MetadataQueue()
     // A write in progress finishes first; its completion is dropped with us.
     m_thread.quit();
     m_thread.wait();
+    removePrivateFolder(QFileInfo(privateFolderPath()));
 }
 
 void MetadataQueue::setPaused(bool paused)
@@ -222,20 +265,20 @@ void MetadataQueue::useInstalledExifTool()
 
 void MetadataQueue::setExiftoolLocation(const QString& path)
 {
-    const QMutexLocker locker(&m_writerMutex);
-    m_exifWriter->exiftool().setExiftoolLocation(path);
+    const QMutexLocker locker(&m_settingsMutex);
+    m_exiftoolLocation = path;
 }
 
 void MetadataQueue::setCaptureOneWriter(std::shared_ptr<CaptureOneWriter> writer)
 {
-    const QMutexLocker locker(&m_writerMutex);
+    const QMutexLocker locker(&m_settingsMutex);
     m_captureOneWriter = std::move(writer);
 }
 
 QString MetadataQueue::exiftoolLocation() const
 {
-    const QMutexLocker locker(&m_writerMutex);
-    return m_exifWriter->exiftool().exiftoolLocation();
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_exiftoolLocation;
 }
 
 void MetadataQueue::invalidateTimer()
@@ -300,8 +343,18 @@ void MetadataQueue::clearQueue()
 
 void MetadataQueue::write()
 {
+    // A timed write has no one else to tell why it failed: give every text,
+    // and the program when they don't name it.
     write([](const WriteResult& result) {
-        qbPrint(result ? QStringLiteral("Write was a success") : result.error().errorDescription);
+        if (result) {
+            qbPrint(QStringLiteral("Write was a success"));
+            return;
+        }
+        QString text = result.error().message();
+        const QString program = result.error().userInfo.value(QStringLiteral("program")).toString();
+        if (!program.isEmpty() && !text.contains(program))
+            text += QStringLiteral(" (") + program + QLatin1Char(')');
+        qbPrint(text);
     });
 }
 
@@ -312,14 +365,19 @@ void MetadataQueue::write(Completion completion)
         Qt::QueuedConnection);
 }
 
-QString MetadataQueue::exchangeFilePath() const
+QString MetadataQueue::privateFolderPath() const
 {
     // One folder per process and method: two queues, or two processes run
     // by a script, must never write over each other's exchange file.
-    const QString folder = QStringLiteral("quillbrook-%1-%2")
-                               .arg(QCoreApplication::applicationPid())
-                               .arg(caseName(m_writeMethod));
-    return QDir(QDir::tempPath()).filePath(folder + QStringLiteral("/QuillbrookMetadata.json"));
+    const QString folder =
+        QStringLiteral("quillbrook-%1-%2")
+            .arg(QString::number(QCoreApplication::applicationPid()), caseName(m_writeMethod));
+    return QDir(QDir::tempPath()).filePath(folder);
+}
+
+QString MetadataQueue::exchangeFilePath() const
+{
+    return privateFolderPath() + QStringLiteral("/QuillbrookMetadata.json");
 }
 
 void MetadataQueue::writeBody(const Completion& completion)
@@ -342,7 +400,7 @@ void MetadataQueue::writeBody(const Completion& completion)
     case WriteMethod::captureOne: {
         std::shared_ptr<CaptureOneWriter> writer;
         {
-            const QMutexLocker locker(&m_writerMutex);
+            const QMutexLocker locker(&m_settingsMutex);
             writer = m_captureOneWriter;
         }
         continuation(writer ? writer->applyAdjustments(batch)
@@ -355,7 +413,8 @@ void MetadataQueue::writeBody(const Completion& completion)
 void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
                                       const std::function<void(const WriteResult&)>& continuation)
 {
-    const QMutexLocker locker(&m_writerMutex);
+    // The executable as chosen now; a later choice applies to the next write.
+    m_exifWriter->exiftool().setExiftoolLocation(exiftoolLocation());
     const QString file = exchangeFilePath();
     m_exifWriter->clear();
     ExifImages images;

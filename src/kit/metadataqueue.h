@@ -32,7 +32,8 @@ class ShotlistCoordinator;
 // Threads: the queue lives on the main thread, which enqueues, owns the
 // timer and receives completions. Each queue has one serial worker thread
 // on which write bodies run, one at a time, in order of request. The
-// pending images are the only state both touch, and a mutex guards them.
+// pending images and the choice of writers are the state both touch; each
+// has its own mutex, and neither is held while exiftool runs.
 class MetadataQueue : public QObject {
     Q_OBJECT
 
@@ -102,6 +103,9 @@ private:
                            const std::function<void(const WriteResult&)>& continuation);
     void finishWrite(const WriteResult& result, const QDateTime& start, const ImageMap& batch,
                      const Completion& completion);
+    // Holds the exchange file; removed when the queue goes. One left by a
+    // process that no longer runs is removed when a queue of its method starts.
+    QString privateFolderPath() const;
     QString exchangeFilePath() const;
 
     WriteMethod m_writeMethod;
@@ -112,10 +116,13 @@ private:
     mutable QMutex m_imagesMutex;
     ImageMap m_imageQueue;
 
-    // The writer is used on the worker thread only, except for the choice of
-    // executable, which takes this lock too.
-    mutable QMutex m_writerMutex;
+    // Used on the worker thread only, so that nothing the main thread does
+    // waits for exiftool.
     std::unique_ptr<MetadataManager> m_exifWriter;
+    // The choices a write picks up when it starts; the lock is held for a
+    // copy, never across a write.
+    mutable QMutex m_settingsMutex;
+    QString m_exiftoolLocation;
     std::shared_ptr<CaptureOneWriter> m_captureOneWriter;
 
     QTimer m_timer;

@@ -4,12 +4,14 @@
 #include "kit/urlimageprovider.h"
 
 #include "extensions/plainorder.h"
+#include "extensions/regex.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
@@ -42,6 +44,49 @@ Error folderCreationError(const QString& path, int code, const QString& reason)
                                  .arg(QFileInfo(path).fileName());
     error.failureReason = reason;
     error.userInfo.insert(QStringLiteral("path"), path);
+    return error;
+}
+
+// Whether `path` lies in `folder` once the links of the part that exists
+// are resolved. A folder that doesn't exist yet has no links to follow.
+bool staysInside(const QString& path, const QString& folder)
+{
+    const QString base = QFileInfo(folder).canonicalFilePath();
+    if (base.isEmpty())
+        return true;
+    QString existing = path;
+    while (!QFileInfo::exists(existing) && existing.size() > folder.size())
+        existing = QFileInfo(existing).path();
+    const QString resolved = QFileInfo(existing).canonicalFilePath();
+    return resolved == base || resolved.startsWith(base + QLatin1Char('/'));
+}
+
+// Why `key` can't name a capture folder below `baseURL`, or nothing when it
+// can. A key that begins with a slash is a path of its own, as it always
+// was; any other must stay below the base.
+std::optional<QString> keyRefusal(const QUrl& baseURL, const QString& key)
+{
+    if (key.contains(QChar(0)))
+        return QStringLiteral("It holds a NUL character, which no folder name can hold.");
+    if (key.split(QLatin1Char('/')).contains(QStringLiteral("..")))
+        return QStringLiteral("It holds \u201c..\u201d, which would climb out of the folder.");
+    if (!key.startsWith(QLatin1Char('/')) &&
+        !staysInside(folderPath(baseURL, key), QDir::cleanPath(baseURL.toLocalFile())))
+        return QStringLiteral("It leads out of the folder through a link.");
+    return std::nullopt;
+}
+
+Error keyError(const QString& key, const QString& reason)
+{
+    QString shown = key;
+    shown.replace(QChar(0), QChar(0xFFFD)); // a NUL would end the text where it is shown
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.FolderCreationError");
+    error.code = EINVAL;
+    error.errorDescription =
+        QStringLiteral("No capture folder can be made for the key \u201c%1\u201d.").arg(shown);
+    error.failureReason = reason;
+    error.userInfo.insert(QStringLiteral("key"), key);
     return error;
 }
 
@@ -94,6 +139,8 @@ void ShotlistCoordinator::setDatasource(std::shared_ptr<MetadataSource> datasour
 
 std::vector<ShotRequest> ShotlistCoordinator::shotRequests() const
 {
+    // A key pattern that runs out of time is told once.
+    const RegexTimeouts run;
     const auto byKey = m_datasource->imagesByKey(m_imageProvider->images());
     std::vector<ShotRequest> shots;
     shots.reserve(byKey.size());
@@ -119,8 +166,15 @@ std::expected<QList<QUrl>, Error> ShotlistCoordinator::createFolders(const QUrl&
     if (!baseURL.isLocalFile())
         return std::unexpected(folderCreationError(
             baseURL.toDisplayString(), 0, QStringLiteral("The location is not a local folder.")));
+    // Every key is judged before any folder is made: a refused one stops the
+    // run with nothing half done.
+    const QStringList keys = m_datasource->keys();
+    for (const QString& key : keys) {
+        if (const auto refused = keyRefusal(baseURL, key))
+            return std::unexpected(keyError(key, *refused));
+    }
     QList<QUrl> created;
-    for (const QString& key : m_datasource->keys()) {
+    for (const QString& key : keys) {
         const QString path = folderPath(baseURL, key);
         if (auto made = makeFolder(path); !made)
             return std::unexpected(made.error());

@@ -53,10 +53,10 @@ public:
 
     // Creates one folder per row key below `baseURL`, in key order; a key
     // is taken as a relative path, so "a/b" nests and "/x" ignores the base.
-    // Existing folders are fine. The first other failure stops the run: the
-    // folders made so far stay but are not handed to the provider. On
-    // success an updateable provider searches the new folders from now on.
-    // Returns the folders, in order.
+    // Existing folders are fine. A key holding a NUL or "..", or leading out
+    // of the base through a link, is refused before anything is made. The first other failure stops
+    // the run: the folders made so far stay but are not handed to the provider. On success an
+    // updateable provider searches the new folders from now on. Returns the folders, in order.
     std::expected<QList<QUrl>, Error> createFolders(const QUrl& baseURL);
 
 private:

@@ -2,6 +2,7 @@
 // Real writes through the real exiftool, on JPEGs made here.
 #include "clirunner.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -100,6 +101,33 @@ TEST_F(AssignWrite, XmpWriteLeavesTheImagesAlone)
         readBack({m_dir.filePath("shoot/B2.xmp"), m_dir.filePath("shoot/A1_1.xmp")});
     EXPECT_EQ(sidecars.at("B2.xmp")["XMP:Title"].toString(), "Plain");
     EXPECT_FALSE(QFile::exists(m_dir.filePath("shoot/C3.xmp")));
+}
+
+TEST_F(AssignWrite, WriteLeavesNoPrivateFolderAndRemovesThoseOfEndedProcesses)
+{
+    const QString alive = QString::number(QCoreApplication::applicationPid());
+    const struct {
+        const char* method;
+        const char* other;
+    } cases[] = {{"direct", "xmp"}, {"xmp", "direct"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.method);
+        QTemporaryDir temp;
+        const auto folder = [&](const QString& pid, const char* method) {
+            return QStringLiteral("quillbrook-%1-%2").arg(pid, QLatin1String(method));
+        };
+        // 99999999 is above any process id the system hands out.
+        writeFile(temp.filePath(folder("99999999", c.method) + "/QuillbrookMetadata.json"), "[]");
+        QDir().mkpath(temp.filePath(folder(alive, c.method)));
+        QDir().mkpath(temp.filePath(folder("99999999", c.other)));
+
+        const CliResult result =
+            runCli(assign(c.method), {}, {}, 120000, {"TMPDIR=" + temp.path()});
+        ASSERT_EQ(result.status, 0) << result.err.toStdString();
+        QStringList kept{folder(alive, c.method), folder("99999999", c.other)};
+        kept.sort();
+        EXPECT_EQ(QDir(temp.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), kept);
+    }
 }
 
 TEST_F(AssignWrite, FailuresExitWithStatusOneAndTheirTexts)

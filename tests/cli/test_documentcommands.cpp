@@ -77,6 +77,19 @@ TEST_F(DocumentCommands, ShotlistCountsShotsWithImages)
     EXPECT_TRUE(shots[0].toObject()["images"].toArray().isEmpty()); // no folder named A101
 }
 
+TEST_F(DocumentCommands, KeyPatternThatRunsOutOfTimeIsToldOnceAndTheListGoesOn)
+{
+    for (const char* end : {"b", "c"})
+        makeJpeg(m_dir.filePath("slow/" + QString(30, 'a') + end + ".jpg"));
+    const QString csv = writeFile(m_dir.filePath("keys.csv"), "Shot\n(a+)+$\n^a+c$\n");
+    const CliResult result = runCli(
+        {"shotlist", "--match", "regex", "--csv", csv, "--key", "Shot", m_dir.filePath("slow")});
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, QString::fromUtf8("☐ (a+)+$: 0 images\n☑︎ ^a+c$: 1 images\n"
+                                            "2 shots, 1 with images\n"));
+    EXPECT_EQ(result.err.count("(a+)+$"), 1) << result.err.toStdString();
+}
+
 TEST_F(DocumentCommands, FoldersAreCreatedAndPrinted)
 {
     const QString dest = m_dir.filePath("capture");

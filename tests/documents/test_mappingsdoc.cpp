@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "documents/mappingsdoc.h"
+#include "documents/packagestore.h"
 
 #include "documenttesthelpers.h"
 
@@ -8,6 +9,10 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <functional>
+
+#include <sys/stat.h>
 
 using namespace qb;
 using qb::test::LogCapture;
@@ -154,6 +159,67 @@ TEST_F(MappingsDocFiles, DamagedMappingFileFailsAndLeavesThePackageUntouched)
             << document.error().message().toStdString();
         EXPECT_EQ(document.error().userInfo.value("path").toString(), package);
         EXPECT_EQ(snapshot(package), before);
+    }
+}
+
+TEST_F(MappingsDocFiles, OpeningReadsOnlyRegularMembersInsideThePackage)
+{
+    using Make = std::function<void(const QString&)>;
+    const Make fifo = [](const QString& at) {
+        ASSERT_EQ(::mkfifo(QFile::encodeName(at).constData(), 0600), 0);
+    };
+    const Make folder = [](const QString& at) {
+        ASSERT_TRUE(QDir().mkpath(at));
+    };
+    const auto link = [](const QString& target) -> Make {
+        return [target](const QString& at) {
+            ASSERT_TRUE(QFile::link(target, at));
+        };
+    };
+    const Make oversized = [](const QString& at) {
+        QFile file(at);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(maximumMemberSize + 1));
+    };
+    writeFile(path("outside.json"), R"({"selectedMatchStyle": 3})");
+    const struct {
+        const char* name;
+        const char* member;
+        Make make;
+        const char* failure; // null: the document opens without the member
+    } cases[] = {
+        {"FIFO", "datasource/pipe", fifo, nullptr},
+        {"device", "datasource/zero.json", link("/dev/zero"), nullptr},
+        {"dangling link", "datasource/gone.json", link("/nowhere/at/all"), nullptr},
+        {"link out", "datasource/image.json", link(path("outside.json")), nullptr},
+        {"oversized", "datasource/big.json", oversized, nullptr},
+        {"folder", "datasource/sub", folder, nullptr},
+        {"mapping FIFO", "mapping.json", fifo, "not a regular file"},
+        {"mapping link out", "mapping.json", link(path("outside.json")), "outside the package"},
+        {"mapping oversized", "mapping.json", oversized, "larger than 16 MiB"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        const QString package = path(QStringLiteral("%1.qbmap").arg(row.name));
+        writeFile(package + "/datasource/csv.json", R"({"keyNames": [], "selectedMatchStyle": 1})");
+        writeFile(package + "/datasource/notes.txt", "not ours, kept");
+        if (QLatin1String(row.member) != QLatin1String("mapping.json"))
+            writeFile(package + "/mapping.json", versionTwo);
+        row.make(package + '/' + row.member);
+
+        LogCapture log;
+        auto document = MappingsDoc::open(package);
+        if (row.failure) {
+            ASSERT_FALSE(document.has_value());
+            EXPECT_TRUE(document.error().message().contains(row.failure))
+                << document.error().message().toStdString();
+            continue;
+        }
+        ASSERT_TRUE(document.has_value()) << document.error().message().toStdString();
+        EXPECT_EQ((*document)->csvMatchStyle(), FileNameDataSource::MatchingStyle::equals);
+        EXPECT_EQ((*document)->datasourceWrappers().size(), 2u);
+        EXPECT_TRUE(log.lines().join('\n').contains(row.member));
+        ASSERT_TRUE((*document)->save().has_value());
+        EXPECT_EQ(readFile(package + "/datasource/notes.txt"), "not ours, kept");
     }
 }
 

@@ -53,6 +53,36 @@ TEST(MatchingStyles, KeyIsLookedForInTheName)
     }
 }
 
+TEST(MatchingStyles, AccentsComposedOrNotMatchAlikeUnderEveryStyle)
+{
+    const QString composed = QStringLiteral("Caf\u00e9");
+    const QString decomposed = composed.normalized(QString::NormalizationForm_D);
+    const struct {
+        Style style;
+        const char* key; // holding the name where "%" stands
+    } cases[] = {{Style::contains, "x%"},
+                 {Style::equals, "x%"},
+                 {Style::prefix, "x%"},
+                 {Style::regex, "^x%$"},
+                 {Style::suffix, "%"}};
+    for (const auto& c : cases) {
+        for (const QString& keyForm : {composed, decomposed}) {
+            for (const QString& nameForm : {composed, decomposed}) {
+                const QString key = QString::fromLatin1(c.key).replace('%', keyForm);
+                const QUrl url = image("/s/x" + nameForm + ".jpg");
+                SCOPED_TRACE(::testing::Message()
+                             << "style " << int(c.style) << ", key "
+                             << (keyForm == composed ? "composed" : "decomposed") << ", name "
+                             << (nameForm == composed ? "composed" : "decomposed"));
+                FileNameDataSource source(MetadataTable{{key, {{"field", "row"}}}});
+                source.setMatchingStyle(c.style);
+                EXPECT_TRUE(source.imageMatchesKey(url, key));
+                EXPECT_EQ(source.metadataForImages({url}).front().size(), 1u); // the indexed way
+            }
+        }
+    }
+}
+
 TEST(MatchingStyles, RawValuesAreStableAndAChangeTakesEffectAtOnce)
 {
     EXPECT_EQ(FileNameDataSource::matchingStyleFromRawValue(0), Style::contains);

@@ -58,6 +58,23 @@ TEST(MappingJson, MappingWritesKeysInOrderAndDescribesItself)
     EXPECT_EQ(none.description(), "Mapping 'A' -> 1 action -> 'XMP:B'");
 }
 
+TEST(MappingJson, DescriptionKeepsUserTextAsWritten)
+{
+    const struct {
+        const char* keyName;
+        const char* destTag;
+        const char* expected;
+    } cases[] = {
+        {"Rate %2", "XMP:Rating", "Mapping 'Rate %2' -> 0 actions -> 'XMP:Rating'"},
+        {"%1%3", "XMP:%4", "Mapping '%1%3' -> 0 actions -> 'XMP:%4'"},
+        {"100%", "%L1", "Mapping '100%' -> 0 actions -> '%L1'"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.keyName);
+        EXPECT_EQ(MetadataMapping(c.keyName, c.destTag).description(), c.expected);
+    }
+}
+
 TEST(MappingJson, DecodingErrorsNameTheProblemAndThePlace)
 {
     const struct {

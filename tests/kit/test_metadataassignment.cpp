@@ -1,8 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "kit/filenamedatasource.h"
 #include "kit/metadataassignment.h"
+#include "kit/shotlistcoordinator.h"
+
+#include "extensions/log.h"
+#include "extensions/regex.h"
+#include "extensions/texthelpers.h"
 
 #include <gtest/gtest.h>
+
+#include <functional>
 
 using namespace qb;
 
@@ -65,6 +72,57 @@ TEST(ApplyMappings, TagValuesFromOneRow)
     const auto tags = applyMappings({{"a", "1"}, {"b", "2"}}, {{"a", "XMP:Tag"}, {"b", "XMP:Tag"}});
     ASSERT_EQ(tags.size(), 1u);
     EXPECT_TRUE(tags.at("XMP:Tag") == DynamicValue("1") || tags.at("XMP:Tag") == DynamicValue("2"));
+}
+
+TEST(RegexTimeLimit, PatternThatRunsOutOfTimeMatchesNothingAndIsToldOncePerRun)
+{
+    // Backtracks without end on a run of a's that ends in something else.
+    const QString catastrophic = QStringLiteral("(a+)+$");
+    const QString name = QString(30, QLatin1Char('a')) + QLatin1Char('b');
+    auto source = std::make_shared<FileNameDataSource>(
+        MetadataTable{{catastrophic, {{"title", "bad"}}}, {"^a+b$", {{"title", "good"}}}});
+    source->setMatchingStyle(FileNameDataSource::MatchingStyle::regex);
+    auto provider = std::make_shared<URLListProvider>(
+        QList<QUrl>{image(qPrintable("/x/" + name)), image(qPrintable("/y/" + name + ".tif"))});
+    const StringReplacementMapper replacement(catastrophic, "x", true);
+
+    const struct {
+        const char* name;
+        std::function<bool()> answersNoMatch; // and the run goes on
+    } cases[] = {
+        {"keys of an assignment",
+         [&] {
+             const auto images = mapImages(*provider, *source, {{"title", "XMP:Title"}});
+             return images.size() == 2 && images[1]->metadata.at("XMP:Title") == "good";
+         }},
+        {"keys of a shot list",
+         [&] {
+             ShotlistCoordinator coordinator(provider, source);
+             coordinator.setRequireMatchingFolder(false);
+             const auto shots = coordinator.shotRequests();
+             return shots.size() == 2 && shots[0].images.isEmpty() && shots[1].images.size() == 2;
+         }},
+        {"replacement mapper",
+         [&] {
+             return replacement.map(name) == name;
+         }},
+        {"first capture",
+         [&] {
+             return !firstCapture(catastrophic, name).has_value();
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        QStringList logged;
+        setLogSink([&](const QString& line) { logged << line; });
+        {
+            const RegexTimeouts run;
+            EXPECT_TRUE(c.answersNoMatch());
+            EXPECT_EQ(run.patterns(), QStringList{catastrophic});
+        }
+        setLogSink({});
+        EXPECT_EQ(logged, QStringList{RegexTimeouts::message(catastrophic)});
+    }
 }
 
 TEST(ExifImageRecord, UrlAndMerge)

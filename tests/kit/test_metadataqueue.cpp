@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 using namespace qb;
 using Method = MetadataQueue::WriteMethod;
 
@@ -141,6 +143,72 @@ TEST_F(MetadataQueueTest, MissingExiftoolOrCaptureOneWriterFailsAndKeepsTheImage
     EXPECT_FALSE(writeAndWait(*captureOne).has_value());
     EXPECT_EQ(captureOne->imageCount(), 1);
     EXPECT_TRUE(m_runner->calls().empty());
+}
+
+TEST_F(MetadataQueueTest, TimedWriteThatFailsPrintsEveryTextOfTheFailure)
+{
+    const struct {
+        const char* name;
+        ProcessRunResult outcome;
+        const char* location;
+        const char* printed;
+    } cases[] = {
+        {"not launched", std::unexpected(ProcessFailure{"execve: Permission denied"}), "/bin/true",
+         "Exiftool could not be launched. execve: Permission denied (/bin/true)"},
+        {"exiftool's own word", ProcessOutcome{1, false, {}, "Error: File not found - /s/x.jpg\n"},
+         "/bin/true", "Error: File not found - /s/x.jpg"},
+        {"not found", ProcessOutcome{}, "/nowhere/exiftool",
+         "exiftool not found at /nowhere/exiftool"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto queue = makeQueue(Method::direct);
+        queue->setExiftoolLocation(c.location);
+        m_runner->outcome = c.outcome;
+        queue->enqueue({image("/s/x.jpg", "x")});
+        m_logged.clear();
+        queue->write(); // as the timer does
+        for (int i = 0; i < 2000 && !m_logged.join('\n').contains("Write finished"); ++i) {
+            QCoreApplication::processEvents();
+            QThread::msleep(5);
+        }
+        ASSERT_FALSE(m_printed.isEmpty());
+        EXPECT_TRUE(m_printed.last().contains(c.printed)) << m_printed.last().toStdString();
+    }
+}
+
+TEST_F(MetadataQueueTest, ChoosingTheWritersNeverWaitsForARunningWrite)
+{
+    auto queue = makeQueue(Method::direct);
+    queue->enqueue({image("/shots/a.jpg", "a")});
+    const struct {
+        const char* name;
+        std::function<void()> call;
+    } cases[] = {
+        {"choose the executable",
+         [&] {
+             queue->setExiftoolLocation("/bin/true");
+         }},
+        {"ask for the executable",
+         [&] {
+             queue->exiftoolLocation();
+         }},
+        {"choose the Capture One writer",
+         [&] {
+             queue->setCaptureOneWriter(nullptr);
+         }},
+    };
+    // Kept until the write has ended: a call still waiting must not be
+    // waited for while the write is held.
+    std::vector<std::future<void>> calls;
+    const auto result = writeAndWait(*queue, [&] {
+        for (const auto& c : cases) {
+            SCOPED_TRACE(c.name);
+            calls.push_back(std::async(std::launch::async, c.call));
+            EXPECT_EQ(calls.back().wait_for(std::chrono::seconds(5)), std::future_status::ready);
+        }
+    });
+    EXPECT_TRUE(result.has_value());
 }
 
 TEST_F(MetadataQueueTest, ImagesEnqueuedDuringAWriteStayQueued)

@@ -125,6 +125,40 @@ TEST_F(ShotlistTest, KeysAreRelativePathsUnlessAbsolute)
     EXPECT_FALSE(QFileInfo::exists(path("base/elsewhere")));
 }
 
+TEST_F(ShotlistTest, KeyThatCannotNameAFolderInsideIsRefusedBeforeAnythingIsMade)
+{
+    folder("elsewhere");
+    folder("base");
+    ASSERT_TRUE(QFile::link(path("elsewhere"), path("base/out")));
+    const struct {
+        const char* name;
+        QString key;
+        const char* shown;
+        const char* reason;
+    } cases[] = {
+        {"NUL", QStringLiteral("bad") + QChar(0) + QStringLiteral("name"), "bad\uFFFDname", "NUL"},
+        {"climbs out", "../escape", "../escape", "climb out"},
+        {"climbs out deeper", "day1/../../escape", "day1/../../escape", "climb out"},
+        {"link out", "out/escape", "out/escape", "through a link"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto source = std::make_shared<TextFileDataSource>(QStringList{"A1", c.key});
+        auto provider = std::make_shared<URLImageProvider>();
+        ShotlistCoordinator coordinator(provider, source);
+        const auto made = coordinator.createFolders(url("base"));
+        ASSERT_FALSE(made.has_value());
+        EXPECT_TRUE(made.error().errorDescription.contains(QString::fromUtf8(c.shown)))
+            << made.error().errorDescription.toStdString();
+        EXPECT_TRUE(made.error().failureReason.contains(c.reason));
+        EXPECT_EQ(QDir(path("base")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                  QStringList{"out"});
+        EXPECT_FALSE(QFileInfo::exists(path("escape")) ||
+                     QFileInfo::exists(path("elsewhere/escape")));
+        EXPECT_TRUE(provider->urls().isEmpty());
+    }
+}
+
 TEST_F(ShotlistTest, AFailureStopsTheRunAndLeavesTheProviderAlone)
 {
     touch("capture/B7"); // a file where a folder should go
