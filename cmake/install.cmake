@@ -4,8 +4,9 @@
 include(GNUInstallDirs)
 
 set(QB_APP_ID "org.quillbrook.Quillbrook")
-set(QB_HOMEPAGE_URL "https://quillbrook.org" CACHE STRING
-    "The project's web site, named in the .deb and the AppStream metainfo")
+# The web site named in the .deb and the metainfo is the one the Help menu
+# opens (QB_PRODUCT_WEBSITE_URL, set with the application's other addresses).
+set(QB_HOMEPAGE_URL "${QB_PRODUCT_WEBSITE_URL}")
 set(QB_RAW_FILES_URL "https://quillbrook.org/raw/main" CACHE STRING
     "Base URL under which the repository's files are served; the metainfo's screenshots are docs/screenshots/ below it")
 set(QB_PACKAGE_MAINTAINER "Quillbrook developers <packages@quillbrook.org>" CACHE STRING

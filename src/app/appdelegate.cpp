@@ -112,8 +112,7 @@ void AppDelegate::sendFeedback()
 {
     if (!m_contactForm)
         m_contactForm = std::make_unique<ContactForm>(
-            AppInfo::fromApplication(),
-            feedbackEndpoint(m_preferences.value(feedbackEndpointKey)));
+            AppInfo::fromApplication(), feedbackEndpoint(m_preferences.value(feedbackEndpointKey)));
     m_contactForm->sendFeedback();
 }
 

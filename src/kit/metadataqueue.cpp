@@ -413,6 +413,12 @@ void MetadataQueue::writeBody(const Completion& completion)
 void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
                                       const std::function<void(const WriteResult&)>& continuation)
 {
+    // exiftool refuses a run without files, which would reach the user as a
+    // failure they can do nothing about: nothing to write is written.
+    if (batch.empty()) {
+        continuation(QStringLiteral("No images to write."));
+        return;
+    }
     // The executable as chosen now; a later choice applies to the next write.
     m_exifWriter->exiftool().setExiftoolLocation(exiftoolLocation());
     const QString file = exchangeFilePath();

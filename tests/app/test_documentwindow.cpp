@@ -71,6 +71,16 @@ TEST_F(DocumentWindowTest, AssignWritesTheRowsThroughExiftool)
     EXPECT_FALSE(readTags(path("images/Z9.jpg")).contains("XMP:Title"));
 }
 
+TEST_F(DocumentWindowTest, AWriteOfNothingReturnsTheButton)
+{
+    openWindow(writePackage(titleAndKeywords));
+    controller().dropImages({QUrl::fromLocalFile(path("images/Z9.jpg"))});
+    QTest::mouseClick(&button(), Qt::LeftButton);
+    EXPECT_TRUE(waitForWrite());
+    EXPECT_EQ(button().text(), "Assign Metadata");
+    EXPECT_FALSE(m_window->findChild<QMessageBox*>("errorAlert"));
+}
+
 TEST_F(DocumentWindowTest, AFailedWriteIsShownAndItsImagesStayQueued)
 {
     using Method = MetadataQueue::WriteMethod;
@@ -150,6 +160,13 @@ TEST_F(DocumentWindowTest, SavedRowsAndPanelSettingsComeBack)
 TEST_F(DocumentWindowTest, AnImageDocumentEndsWithTheImagePanel)
 {
     openWindow(writePackage("[]", "imagesource"));
+    for (const char* name :
+         {"newAction", "openAction", "closeAction", "saveAction", "saveAsAction", "revertAction",
+          "selectImagesAction", "exportCaptureFoldersAction", "quitAction", "undoAction",
+          "redoAction", "toggleIsEditableAction", "preferencesAction", "csvsourceAction",
+          "imagesourceAction", "showOnlineHelpAction", "showWbsiteAction",
+          "showStudioWebsiteAction", "sendFeedbackAction"})
+        EXPECT_TRUE(m_window->action(name)) << name;
     EXPECT_TRUE(dynamic_cast<ImageDataSouceController*>(controller().datasourceView()));
     QAction* images = m_window->action("imagesourceAction");
     controller().validateUserInterfaceItem(images);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windowtesting.h"
 
+#include "app/appdelegate.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/imagedatasoucecontroller.h"
 
@@ -10,6 +11,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QToolButton>
 
 using namespace qb;
 using namespace qb::testing;
@@ -129,4 +131,37 @@ TEST_F(CSVPanelTest, TheImagePanelReadsOtherImagesOffTheMainThread)
     EXPECT_TRUE(images->isReady());
     EXPECT_TRUE(controller().actionButton->isEnabled());
     EXPECT_TRUE(images->dataSource()->keyNames().contains("SourceFile"));
+}
+
+TEST_F(CSVPanelTest, TheWriteMethodDecidesWhichImagesAreLeftOut)
+{
+    openWindow(writePackage(titleRow));
+    writeFile("shoot/notes.txt", "not an image");
+    controller().dropImages({QUrl::fromLocalFile(makeJpeg(path("shoot/A1.jpg"))),
+                             QUrl::fromLocalFile(path("shoot/notes.txt"))});
+    EXPECT_TRUE(controller().imageWarningButton->isVisible());
+    EXPECT_EQ(controller().validatedImages()->message,
+              "Exiftool can't write to 1 of the selected images. They will be ignored.");
+    // Sidecars take any file; every open window follows the preference.
+    m_preferences.setWriteMethodValue(1);
+    EXPECT_FALSE(controller().imageWarningButton->isVisible());
+}
+
+TEST_F(CSVPanelTest, OneWindowPerPackageAndTheHelpPages)
+{
+    QList<QUrl> opened;
+    AppDelegate delegate(m_preferences, m_center, [&](const QUrl& url) { opened << url; });
+    const QString package = writePackage(titleRow);
+    DocumentWindow* first = delegate.documents().openDocument(package);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(delegate.documents().openDocument(package + "/mapping.json"), first);
+    EXPECT_EQ(delegate.documentWindows().size(), 1);
+    EXPECT_EQ(delegate.recentDocuments(), QStringList{QFileInfo(package).canonicalFilePath()});
+
+    delegate.showOnlineHelp();
+    delegate.showWebsite();
+    ASSERT_EQ(opened.size(), 2);
+    EXPECT_EQ(opened[0].path(), "/help/");
+    EXPECT_EQ(opened[0].host(), opened[1].host());
+    first->close();
 }

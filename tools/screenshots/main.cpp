@@ -6,9 +6,9 @@
 //   qb_screenshots OUTPUT_FOLDER EXAMPLES_FOLDER
 #include "app/appdelegate.h"
 #include "app/contactform.h"
-#include "app/preferenceswindow.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/errorpresenter.h"
+#include "app/preferenceswindow.h"
 #include "app/shotlistviewcontroller.h"
 
 #include "documents/mappingsdoc.h"
