@@ -3,6 +3,7 @@
 // of examples/sample.qbmap. With a file name it writes a picture of itself
 // there and quits (QT_QPA_PLATFORM=offscreen works); without one it opens a
 // window.
+#include "widgets/criteriatreedelegate.h"
 #include "widgets/ruleeditor.h"
 
 #include "rules/destinationtable.h"
@@ -20,22 +21,8 @@ using namespace qb;
 
 namespace {
 
-class Delegate final : public RuleEditorDelegate {
+class Delegate final : public CriteriaTreeDelegate {
 public:
-    SourceTagCriteria sources;
-
-    int numberOfChildren(const Criterion* criterion) override
-    {
-        return qb::numberOfChildren(criterion, sources);
-    }
-    CriterionPtr child(int index, const Criterion* criterion) override
-    {
-        return childOf(criterion, index, sources);
-    }
-    DisplayValue displayValue(const Criterion* criterion, int) override
-    {
-        return displayValueOf(criterion);
-    }
     void ruleEditorRowsDidChange(RuleEditor& editor) override
     {
         QTextStream(stdout) << editor.numberOfRows() << " rows\n";
@@ -62,14 +49,14 @@ int main(int argc, char* argv[])
 
     NotificationCenter center;
     Delegate delegate;
-    delegate.sources = makeSourceTagCriteria(csv.keyNames(), &center);
+    delegate.sourceTagCriteria = makeSourceTagCriteria(csv.keyNames(), &center);
 
     RuleEditor editor;
     editor.setDelegate(&delegate);
     editor.setIncompleteRowToolTip(QStringLiteral("Choose a destination field"));
     const auto& mappings = (*document)->currentCriteriaRows();
     for (std::size_t i = 0; i < mappings.size(); ++i) {
-        const auto row = rowForMapping(mappings[i], int(i), delegate.sources);
+        const auto row = rowForMapping(mappings[i], int(i), delegate.sourceTagCriteria);
         if (!row)
             continue;
         editor.addRow();

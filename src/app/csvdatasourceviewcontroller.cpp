@@ -51,19 +51,16 @@ CSVDataSourceViewController::CSVDataSourceViewController(PanelContext context, Q
 
 std::optional<FileWrapper> CSVDataSourceViewController::settingsWrapper() const
 {
-    auto wrapper = m_settings.fileWrapper();
-    if (!wrapper)
-        return std::nullopt;
-    return *wrapper;
+    return wrapperOrNone(m_settings.fileWrapper());
 }
 
 void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapper>& wrappers)
 {
-    const auto member = wrappers.find(CSVDatasourceSettings::memberName());
-    if (member == wrappers.end() || !member->second.regularFileContents())
+    const auto bytes = memberContents(wrappers, CSVDatasourceSettings::memberName());
+    if (!bytes)
         return;
-    const auto decoded = CSVDatasourceSettings::decodeKeepingColumns(
-        *member->second.regularFileContents(), m_context.bookmarkBaseFolder);
+    const auto decoded =
+        CSVDatasourceSettings::decodeKeepingColumns(*bytes, m_context.bookmarkBaseFolder);
     if (!decoded) {
         qbPrint(decoded.error().errorDescription);
         return;
@@ -240,12 +237,7 @@ void CSVDataSourceViewController::fileNameSelect()
     const QString column = m_headerPopUp->currentText();
     m_settings.selectedHeader = column;
     m_csvDataSource->buildMetadata(column);
-    DataSourceDelegate* delegate = this->delegate();
-    if (!delegate)
-        return;
-    delegate->refreshImageDisplay();
-    delegate->saveRows();
-    postDataSourceChange();
+    contentChanged();
 }
 
 void CSVDataSourceViewController::matchStyleSelect()
@@ -256,12 +248,7 @@ void CSVDataSourceViewController::matchStyleSelect()
         return;
     m_settings.selectedMatchStyle = tag;
     m_csvDataSource->setMatchingStyle(*style);
-    DataSourceDelegate* delegate = this->delegate();
-    if (!delegate)
-        return;
-    delegate->refreshImageDisplay();
-    delegate->saveRows();
-    postDataSourceChange();
+    contentChanged();
 }
 
 void CSVDataSourceViewController::restorePathControl()

@@ -37,4 +37,32 @@ void DataSourcePresentable::postDataSourceChange()
         m_context.center->post(dataSourceChangeNotification, m_delegate.data());
 }
 
+void DataSourcePresentable::contentChanged()
+{
+    DataSourceDelegate* delegate = this->delegate();
+    if (!delegate)
+        return;
+    delegate->refreshImageDisplay();
+    delegate->saveRows();
+    postDataSourceChange();
+}
+
+std::optional<QByteArray>
+DataSourcePresentable::memberContents(const std::map<QString, FileWrapper>& wrappers,
+                                      const QString& name)
+{
+    const auto member = wrappers.find(name);
+    if (member == wrappers.end())
+        return std::nullopt;
+    return member->second.regularFileContents();
+}
+
+std::optional<FileWrapper>
+DataSourcePresentable::wrapperOrNone(std::expected<FileWrapper, Error> wrapper)
+{
+    if (!wrapper)
+        return std::nullopt;
+    return std::move(*wrapper);
+}
+
 } // namespace qb

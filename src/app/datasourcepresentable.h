@@ -67,6 +67,15 @@ protected:
     virtual void viewDidLoad() {}
     // Tells the delegate's observers that the keys or content changed.
     void postDataSourceChange();
+    // The rows now draw on other content: the window refreshes its images
+    // and saves the rows, and the change is posted. Nothing once the window
+    // has gone.
+    void contentChanged();
+    // The bytes of the document member `name`, when it is a regular file.
+    static std::optional<QByteArray> memberContents(const std::map<QString, FileWrapper>& wrappers,
+                                                    const QString& name);
+    // Settings that can't be encoded give no member.
+    static std::optional<FileWrapper> wrapperOrNone(std::expected<FileWrapper, Error> wrapper);
 
     PanelContext m_context;
 

@@ -36,18 +36,15 @@ ImageDataSouceController::ImageDataSouceController(PanelContext context,
 
 std::optional<FileWrapper> ImageDataSouceController::settingsWrapper() const
 {
-    auto wrapper = m_settings.fileWrapper();
-    if (!wrapper)
-        return std::nullopt;
-    return *wrapper;
+    return wrapperOrNone(m_settings.fileWrapper());
 }
 
 void ImageDataSouceController::loadWrappers(const std::map<QString, FileWrapper>& wrappers)
 {
-    const auto member = wrappers.find(ImageDatasourceSettings::memberName());
-    if (member == wrappers.end() || !member->second.regularFileContents())
+    const auto bytes = memberContents(wrappers, ImageDatasourceSettings::memberName());
+    if (!bytes)
         return;
-    const auto decoded = ImageDatasourceSettings::decode(*member->second.regularFileContents());
+    const auto decoded = ImageDatasourceSettings::decode(*bytes);
     if (!decoded) {
         qbPrint(decoded.error().errorDescription);
         return;
@@ -115,11 +112,7 @@ void ImageDataSouceController::importFileAction()
                          result.outcome.error());
         } else {
             m_imageDataSource->setMetadata(std::move(result.table));
-            if (DataSourceDelegate* delegate = this->delegate()) {
-                delegate->refreshImageDisplay();
-                delegate->saveRows();
-                postDataSourceChange();
-            }
+            contentChanged();
         }
         emit loadFinished();
     });
@@ -147,12 +140,7 @@ void ImageDataSouceController::applyStyle()
 {
     if (const auto style = m_settings.matchingStyle())
         m_imageDataSource->setMatchingStyle(*style);
-    DataSourceDelegate* delegate = this->delegate();
-    if (!delegate)
-        return;
-    delegate->refreshImageDisplay();
-    delegate->saveRows();
-    postDataSourceChange();
+    contentChanged();
 }
 
 } // namespace qb

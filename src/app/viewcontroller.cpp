@@ -258,21 +258,6 @@ bool ViewController::validateUserInterfaceItem(QAction* item) const
     return true;
 }
 
-int ViewController::numberOfChildren(const Criterion* criterion)
-{
-    return qb::numberOfChildren(criterion, m_sourceTagCriteria);
-}
-
-CriterionPtr ViewController::child(int index, const Criterion* criterion)
-{
-    return childOf(criterion, index, m_sourceTagCriteria);
-}
-
-DisplayValue ViewController::displayValue(const Criterion* criterion, int)
-{
-    return displayValueOf(criterion);
-}
-
 void ViewController::ruleEditorRowsDidChange(RuleEditor&)
 {
     saveRows();
@@ -306,9 +291,9 @@ void ViewController::rebuildCriteria()
     m_criteriaAreLoading = true;
     const QStringList keyNames =
         m_datasourceView ? m_datasourceView->dataSource()->keyNames() : QStringList();
-    m_sourceTagCriteria = makeSourceTagCriteria(keyNames, m_services.center);
+    sourceTagCriteria = makeSourceTagCriteria(keyNames, m_services.center);
     qbLog(QStringLiteral("Updated with %1 new criteria from %2 key names")
-              .arg(m_sourceTagCriteria.size())
+              .arg(sourceTagCriteria.size())
               .arg(keyNames.size()));
     const std::vector<MetadataMapping>& mappings = m_document.currentCriteriaRows();
     if (mappings.empty())
@@ -316,14 +301,14 @@ void ViewController::rebuildCriteria()
     // Rows that find no place are left out, so the placed ones close up.
     int placed = 0;
     for (std::size_t i = 0; i < mappings.size(); ++i) {
-        auto row = rowForMapping(mappings[i], int(i), m_sourceTagCriteria);
+        auto row = rowForMapping(mappings[i], int(i), sourceTagCriteria);
         if (!row)
             continue;
         if (ruleEditor->numberOfRows() < placed + 1)
             ruleEditor->addRow();
         ruleEditor->setCriteria(placed++, std::move(*row));
     }
-    if (ruleEditor->numberOfRows() == 0 && !m_sourceTagCriteria.empty()) {
+    if (ruleEditor->numberOfRows() == 0 && !sourceTagCriteria.empty()) {
         qbPrint(QStringLiteral("Adding row"));
         ruleEditor->addRow();
     }

@@ -3,14 +3,12 @@
 
 #include "app/datasourcepresentable.h"
 
-#include "widgets/ruleeditor.h"
+#include "widgets/criteriatreedelegate.h"
 
 #include "kit/imagedatasource.h"
 #include "kit/imagevalidator.h"
 #include "kit/metadataqueue.h"
 #include "kit/urlimageprovider.h"
-
-#include "rules/rowconversion.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -49,7 +47,9 @@ struct WindowServices {
 
 // The one controller of a document window: it joins the document, the rule
 // rows, the data source panel, the images and the assign action.
-class ViewController final : public QWidget, public RuleEditorDelegate, public DataSourceDelegate {
+class ViewController final : public QWidget,
+                             public CriteriaTreeDelegate,
+                             public DataSourceDelegate {
     Q_OBJECT
 
 public:
@@ -92,10 +92,6 @@ public:
     void dropImages(const QList<QUrl>& urls);
     void setWorking(bool working);
 
-    // The rule editor's questions.
-    int numberOfChildren(const Criterion* criterion) override;
-    CriterionPtr child(int index, const Criterion* criterion) override;
-    DisplayValue displayValue(const Criterion* criterion, int row) override;
     void ruleEditorRowsDidChange(RuleEditor& editor) override;
 
     // What the panels ask of the window.
@@ -130,7 +126,6 @@ private:
     MappingsDoc& m_document;
     WindowServices m_services;
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
-    SourceTagCriteria m_sourceTagCriteria;
     bool m_firstLoad = true;
     bool m_criteriaAreLoading = false;
     bool m_working = false;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "../widgets/guiapplication.h"
 
+#include "../support/capturedoutput.h"
 #include "app/contactform.h"
 #include "app/contactformviewcontroller.h"
-#include "extensions/log.h"
 
 #include <QDialog>
 #include <QLineEdit>
@@ -70,12 +70,6 @@ private:
 
 class ContactFormTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        setLogSink([this](const QString& text) { m_logged << text; });
-    }
-    void TearDown() override { setLogSink({}); }
-
     // Opens the form of a feedback window that sends to `endpoint`.
     void open(const QUrl& endpoint)
     {
@@ -105,7 +99,7 @@ protected:
     qb::testing::GuiApplication m_app;
     AppInfo m_info{"Quillbrook", "42", "1.2", "org.quillbrook.Quillbrook"};
     std::unique_ptr<ContactForm> m_contact;
-    QStringList m_logged;
+    qb::testing::CapturedOutput m_output;
 };
 
 TEST_F(ContactFormTest, TheQueryArrivesAsTypedWithFallbacksForABlankNameAndAddress)
@@ -201,7 +195,7 @@ TEST_F(ContactFormTest, CancelAsksOnlyWhenSomethingWasTyped)
     field<QLineEdit>("subjectField")->setText("Only a subject");
     field<QPushButton>("cancelButton")->click();
     EXPECT_FALSE(m_contact->window()->isVisible());
-    EXPECT_EQ(m_logged, QStringList{"Form is empty. Dismissing feedback window"});
+    EXPECT_EQ(m_output.logged, QStringList{"Form is empty. Dismissing feedback window"});
 
     m_contact->sendFeedback();
     field<QPlainTextEdit>("bodyField")->setPlainText("Half a thought");

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "../widgets/guiapplication.h"
 
+#include "../support/capturedoutput.h"
 #include "app/appinfo.h"
 #include "app/generalpreferenceviewcontroller.h"
 #include "app/preferenceswindow.h"
 #include "app/updater.h"
-#include "extensions/log.h"
 #include "kit/preferences.h"
 
 #include <QCheckBox>
@@ -29,15 +29,8 @@ protected:
     void SetUp() override
     {
         QStandardPaths::setTestModeEnabled(true);
-        setPrintSink([this](const QString& text) { m_printed << text; });
-        setLogSink([this](const QString& text) { m_logged << text; });
         m_preferences.registerDefaults();
-        m_printed.clear();
-    }
-    void TearDown() override
-    {
-        setPrintSink({});
-        setLogSink({});
+        m_output.printed.clear();
     }
 
     template <typename T>
@@ -56,8 +49,7 @@ protected:
     AppInfo m_info{"Quillbrook", "42", "1.2", "org.quillbrook.Quillbrook"};
     PreferencesWindow m_window{m_preferences, &m_updater, m_info,
                                QUrl("https://updates.example.org/")};
-    QStringList m_printed;
-    QStringList m_logged;
+    qb::testing::CapturedOutput m_output;
 };
 
 TEST_F(PreferencesWindowTest, ANewUserWritesDirectlyAndGetsBetasOnceUpdatesAreShown)
@@ -67,7 +59,7 @@ TEST_F(PreferencesWindowTest, ANewUserWritesDirectlyAndGetsBetasOnceUpdatesAreSh
     EXPECT_EQ(m_preferences.writeMethodValue(), 0);
     EXPECT_TRUE(find<QRadioButton>("writeMethodDirect")->isChecked());
     EXPECT_EQ(description(), direct);
-    EXPECT_EQ(m_printed, QStringList{"Updating description"});
+    EXPECT_EQ(m_output.printed, QStringList{"Updating description"});
     EXPECT_TRUE(find<QCheckBox>("warnOnHeaderMismatch")->isChecked());
     EXPECT_FALSE(find<QCheckBox>("presentDialogueOnSuccess")->isChecked());
     EXPECT_TRUE(m_updater.feedURL().isEmpty()) << "the feed waits for the Updates page";
@@ -78,8 +70,9 @@ TEST_F(PreferencesWindowTest, ANewUserWritesDirectlyAndGetsBetasOnceUpdatesAreSh
     find<QCheckBox>("includeBetaReleases")->click();
     EXPECT_FALSE(m_preferences.includeBetaReleases());
     EXPECT_EQ(m_updater.feedURL(), QUrl(feed + "releases/appcast.xml"));
-    EXPECT_EQ(m_logged, QStringList({"Setting Sparkle feed to " + feed + "betas/appcast.xml",
-                                     "Setting Sparkle feed to " + feed + "releases/appcast.xml"}));
+    EXPECT_EQ(m_output.logged,
+              QStringList({"Setting Sparkle feed to " + feed + "betas/appcast.xml",
+                           "Setting Sparkle feed to " + feed + "releases/appcast.xml"}));
 
     // Closed, the window's pages stop following; reopened, it is on Updates.
     m_window.close();
@@ -108,11 +101,11 @@ TEST_F(PreferencesWindowTest, TheDescriptionAndChoiceFollowTheStoredWriteMethodW
         EXPECT_EQ(description(), row.text);
         EXPECT_TRUE(find<QRadioButton>(row.choice)->isChecked());
     }
-    EXPECT_EQ(m_printed.size(), 1 + int(std::size(rows)));
+    EXPECT_EQ(m_output.printed.size(), 1 + int(std::size(rows)));
 
     m_window.showPage(1);
     m_preferences.setWriteMethodValue(2);
-    EXPECT_EQ(m_printed.size(), 1 + int(std::size(rows))) << "no description while hidden";
+    EXPECT_EQ(m_output.printed.size(), 1 + int(std::size(rows))) << "no description while hidden";
     m_window.showPage(0);
     EXPECT_EQ(description(), captureOne);
 }

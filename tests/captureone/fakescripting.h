@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "../support/capturedoutput.h"
+
 #include "captureone/runningapplications.h"
 #include "captureone/scriptengine.h"
 #include "extensions/log.h"
@@ -128,21 +130,6 @@ public:
     QStringList identifiers;
 };
 
-// Captures what the library prints and logs while it lives.
-class CapturedOutput {
-public:
-    CapturedOutput()
-    {
-        setPrintSink([this](const QString& text) { printed << text; });
-        setLogSink([this](const QString& text) { logged << text; });
-    }
-    ~CapturedOutput()
-    {
-        setPrintSink({});
-        setLogSink({});
-    }
-    QStringList printed;
-    QStringList logged;
-};
+using qb::testing::CapturedOutput;
 
 } // namespace qb::test

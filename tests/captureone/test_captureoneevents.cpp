@@ -229,7 +229,7 @@ TEST(CharacterPrefix, ComparesWholeCharactersCaseSensitively)
         {"x\xCC\x81y", "x", false},
     };
     for (const auto& [text, prefix, expected] : rows) {
-        SCOPED_TRACE(testing::Message() << text << " / " << prefix);
+        SCOPED_TRACE(::testing::Message() << text << " / " << prefix);
         EXPECT_EQ(hasCharacterPrefix(text, prefix), expected);
     }
 }

@@ -6,6 +6,7 @@
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"
 
+#include "../support/capturedoutput.h"
 #include "../support/printing.h"
 
 #include <gtest/gtest.h>
@@ -35,22 +36,6 @@ QStringList displayNames(const Criteria& criteria)
     }
     return names;
 }
-
-// Collects both diagnostic channels for the life of a test.
-class Lines {
-public:
-    Lines()
-    {
-        setLogSink([this](const QString& line) { all << line; });
-        setPrintSink([this](const QString& line) { all << line; });
-    }
-    ~Lines()
-    {
-        setLogSink({});
-        setPrintSink({});
-    }
-    QStringList all;
-};
 
 TEST(DestinationTable, OrderSeparatorsAndComputedNames)
 {
@@ -202,7 +187,7 @@ TEST(RowConversion, EveryStepIsLogged)
     const auto sources = makeSourceTagCriteria({"City"}, &center);
     const auto upper =
         std::make_shared<StringCaseMapper>(StringCaseMapper::Transformation::uppercase);
-    Lines lines;
+    qb::testing::CapturedOutput lines;
     const auto row = rowForMapping(MetadataMapping("City", "XMP:City", {upper}), 3, sources);
     ASSERT_TRUE(row);
     mappingForRow(*row, 3);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "guiapplication.h"
 
+#include "widgets/criteriatreedelegate.h"
 #include "widgets/ruleeditor.h"
 #include "widgets/rulerow.h"
 
@@ -20,31 +21,17 @@ using namespace qb;
 
 namespace {
 
-class TreeDelegate final : public RuleEditorDelegate {
+class TreeDelegate final : public CriteriaTreeDelegate {
 public:
-    SourceTagCriteria sources;
-    int changes = 0;
-
-    int numberOfChildren(const Criterion* criterion) override
-    {
-        return qb::numberOfChildren(criterion, sources);
-    }
-    CriterionPtr child(int index, const Criterion* criterion) override
-    {
-        return childOf(criterion, index, sources);
-    }
-    DisplayValue displayValue(const Criterion* criterion, int) override
-    {
-        return displayValueOf(criterion);
-    }
     void ruleEditorRowsDidChange(RuleEditor&) override { ++changes; }
+    int changes = 0;
 };
 
 class RuleEditorTest : public ::testing::Test {
 protected:
     RuleEditorTest()
     {
-        m_delegate.sources = makeSourceTagCriteria({"Caption", "Names"}, &m_center);
+        m_delegate.sourceTagCriteria = makeSourceTagCriteria({"Caption", "Names"}, &m_center);
         m_editor.setDelegate(&m_delegate);
         m_editor.setIncompleteRowToolTip("Choose a destination field");
         m_editor.resize(900, 300);
@@ -135,8 +122,8 @@ TEST_F(RuleEditorTest, AnEditInASharedFieldShowsInEveryRow)
 {
     const auto date = std::make_shared<DateMapper>("yyyy");
     for (int i = 0; i < 2; ++i) {
-        const auto row =
-            rowForMapping(MetadataMapping("Caption", "XMP:Title", {date}), i, m_delegate.sources);
+        const auto row = rowForMapping(MetadataMapping("Caption", "XMP:Title", {date}), i,
+                                       m_delegate.sourceTagCriteria);
         ASSERT_TRUE(row);
         m_editor.addRow();
         m_editor.setCriteria(i, *row);
@@ -157,7 +144,7 @@ TEST_F(RuleEditorTest, AnEditInASharedFieldShowsInEveryRow)
 TEST_F(RuleEditorTest, UnfinishedRowsAreMarkedUntilADestinationIsChosen)
 {
     const auto row =
-        rowForMapping(MetadataMapping("Caption", "EXIF:Artist"), 0, m_delegate.sources);
+        rowForMapping(MetadataMapping("Caption", "EXIF:Artist"), 0, m_delegate.sourceTagCriteria);
     ASSERT_TRUE(row);
     m_editor.addRow();
     m_editor.setCriteria(0, *row);
