@@ -60,6 +60,17 @@ struct ConverterCloser {
     void operator()(UConverter* converter) const { ucnv_close(converter); }
 };
 
+// Spreadsheets never write control characters other than tab and line
+// ends. ICU maps the bytes a code page leaves undefined to C1 controls, and
+// rates short runs of such bytes highly: a reading with them is wrong.
+bool isPlainText(QStringView text)
+{
+    return std::none_of(text.begin(), text.end(), [](QChar c) {
+        const char16_t u = c.unicode();
+        return (u < 0x20 && u != u'\t' && u != u'\n' && u != u'\r') || (u >= 0x7F && u < 0xA0);
+    });
+}
+
 // The letters the languages of a code page use most. An accented letter of
 // this set inside a word is good evidence that a reading is right.
 const QString westernLetters = QStringLiteral(u"àáâäãåæçèéêëíñòóôöõøùúüßÄÅÆÇÉÑÖØÜ");
@@ -97,7 +108,7 @@ CodePage refineLatin(QByteArrayView bytes, const CodePage& detected, const QStri
                          qstrcmp(detected.icuName, "ISO-8859-1") == 0;
     if (!central && !western)
         return detected;
-    if (const auto mac = decodeStrictly(bytes, "macintosh")) {
+    if (const auto mac = decodeStrictly(bytes, "macintosh"); mac && isPlainText(*mac)) {
         if (letterScore(*mac, westernLetters) >
             letterScore(text, central ? centralLetters : westernLetters))
             return codePage("macintosh");
@@ -150,7 +161,7 @@ std::optional<CodePage> detectSpreadsheetCodePage(QByteArrayView bytes)
         if (confidence < confidentDetection)
             return std::nullopt;
         const auto text = decodeStrictly(bytes, name);
-        if (!text)
+        if (!text || !isPlainText(*text))
             continue;
         return refineLatin(bytes, codePage(name), *text);
     }
