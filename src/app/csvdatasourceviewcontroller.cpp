@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -130,15 +131,17 @@ QWidget* CSVDataSourceViewController::loadView()
     m_reloadButton->setToolTip(QStringLiteral("Read the CSV file again"));
     fileRow->addWidget(m_pathControl, 1);
     fileRow->addWidget(m_reloadButton);
-    form->addRow(QStringLiteral("CSV file:"), fileRow);
-
     // Said only when the file wasn't Unicode, so that a wrong guess shows.
     m_encodingNote = new QLabel(view);
     m_encodingNote->setObjectName(QStringLiteral("encodingNote"));
     m_encodingNote->setAccessibleName(QStringLiteral("Text encoding of the CSV file"));
     m_encodingNote->setWordWrap(true);
     m_encodingNote->setVisible(false);
-    form->addRow(QString(), m_encodingNote);
+    auto* fileColumn = new QVBoxLayout;
+    fileColumn->setSpacing(2);
+    fileColumn->addLayout(fileRow);
+    fileColumn->addWidget(m_encodingNote);
+    form->addRow(QStringLiteral("CSV file:"), fileColumn);
 
     auto* delimiterRow = new QHBoxLayout;
     m_delimiterPopUp = makeDelimiterPopUp(view);
@@ -270,6 +273,7 @@ bool CSVDataSourceViewController::importFile(const QUrl& url, bool checkHeaders)
     // the saved one has gone from the file.
     m_settings.selectedHeader = column;
     m_settings.currentURL = BookmarkURL(url);
+    m_reloadButton->setEnabled(true);
 
     DataSourceDelegate* delegate = this->delegate();
     if (!delegate)

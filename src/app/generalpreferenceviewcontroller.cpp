@@ -110,11 +110,12 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
 QLayout* GeneralPreferenceViewController::makeSidecarNameRow(QWidget* group)
 {
     auto* row = new QHBoxLayout;
-    row->setContentsMargins(24, 0, 0, 0);
-    auto* label = new QLabel(QStringLiteral("Sidecar name:"), group);
+    row->setContentsMargins(22, 0, 0, 0);
+    auto* label = new QLabel(QStringLiteral("Named:"), group);
     m_sidecarName = new QComboBox(group);
     m_sidecarName->setObjectName(QStringLiteral("sidecarNamePopUp"));
     m_sidecarName->setAccessibleName(QStringLiteral("Sidecar file name"));
+    m_sidecarName->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_sidecarName->addItem(QStringLiteral("IMG_0001.xmp (Lightroom, Capture One)"),
                            sidecarNamingName(SidecarNaming::name));
     m_sidecarName->addItem(QStringLiteral("IMG_0001.CR3.xmp (darktable, digiKam)"),
