@@ -18,6 +18,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 #include <algorithm>
 
@@ -26,6 +27,26 @@ namespace qb {
 namespace {
 
 const QString noColumns = QStringLiteral("Select a CSV Above");
+
+using FieldDelimiter = CSVDataSource::FieldDelimiter;
+
+QComboBox* makeDelimiterPopUp(QWidget* parent)
+{
+    auto* popUp = new QComboBox(parent);
+    popUp->setObjectName(QStringLiteral("delimiterPopUp"));
+    popUp->setAccessibleName(QStringLiteral("Field delimiter"));
+    popUp->setToolTip(QStringLiteral("What separates the fields of the CSV file. Automatic "
+                                     "takes the one that splits the header line most."));
+    const std::pair<const char*, FieldDelimiter> items[] = {
+        {"Comma", FieldDelimiter::comma},
+        {"Semicolon", FieldDelimiter::semicolon},
+        {"Tab", FieldDelimiter::tab},
+        {"Automatic", FieldDelimiter::automatic},
+    };
+    for (const auto& [title, delimiter] : items)
+        popUp->addItem(QString::fromLatin1(title), int(delimiter));
+    return popUp;
+}
 
 QString listText(const QStringList& names)
 {
@@ -70,6 +91,8 @@ void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapp
     m_settings = decoded->settings;
     if (const auto style = m_settings.matchingStyle())
         m_csvDataSource->setMatchingStyle(*style);
+    m_csvDataSource->setFieldDelimiter(m_settings.delimiter());
+    showDelimiter();
 }
 
 void CSVDataSourceViewController::setEnabled(bool enabled)
@@ -77,6 +100,8 @@ void CSVDataSourceViewController::setEnabled(bool enabled)
     m_enabled = enabled;
     if (m_matchingStylePopUp)
         m_matchingStylePopUp->setEnabled(enabled);
+    if (m_delimiterPopUp)
+        m_delimiterPopUp->setEnabled(enabled);
     updateHeaderPopUpEnabled();
 }
 
@@ -106,7 +131,23 @@ QWidget* CSVDataSourceViewController::loadView()
     m_reloadButton->setToolTip(QStringLiteral("Read the CSV file again"));
     fileRow->addWidget(m_pathControl, 1);
     fileRow->addWidget(m_reloadButton);
-    form->addRow(QStringLiteral("CSV file:"), fileRow);
+    // Said only when the file wasn't Unicode, so that a wrong guess shows.
+    m_encodingNote = new QLabel(view);
+    m_encodingNote->setObjectName(QStringLiteral("encodingNote"));
+    m_encodingNote->setAccessibleName(QStringLiteral("Text encoding of the CSV file"));
+    m_encodingNote->setWordWrap(true);
+    m_encodingNote->setVisible(false);
+    auto* fileColumn = new QVBoxLayout;
+    fileColumn->setSpacing(2);
+    fileColumn->addLayout(fileRow);
+    fileColumn->addWidget(m_encodingNote);
+    form->addRow(QStringLiteral("CSV file:"), fileColumn);
+
+    auto* delimiterRow = new QHBoxLayout;
+    m_delimiterPopUp = makeDelimiterPopUp(view);
+    delimiterRow->addWidget(m_delimiterPopUp);
+    delimiterRow->addStretch(1);
+    form->addRow(QStringLiteral("Fields separated by:"), delimiterRow);
 
     auto* matchRow = new QHBoxLayout;
     auto* nameLabel = new QLabel(QStringLiteral("image name"), view);
@@ -133,6 +174,8 @@ QWidget* CSVDataSourceViewController::loadView()
             &CSVDataSourceViewController::fileNameSelect);
     connect(m_matchingStylePopUp, &QComboBox::activated, this,
             &CSVDataSourceViewController::matchStyleSelect);
+    connect(m_delimiterPopUp, &QComboBox::activated, this,
+            &CSVDataSourceViewController::delimiterSelect);
     return view;
 }
 
@@ -140,6 +183,8 @@ void CSVDataSourceViewController::viewDidLoad()
 {
     selectMatchingStyle(*m_matchingStylePopUp, m_settings.selectedMatchStyle);
     m_matchingStylePopUp->setEnabled(m_enabled);
+    m_delimiterPopUp->setEnabled(m_enabled);
+    showDelimiter();
     refreshHeaderPopUp(true);
 }
 
@@ -187,14 +232,20 @@ void CSVDataSourceViewController::pathControlDoubleAction(const QUrl& url)
 
 void CSVDataSourceViewController::importFile(const QUrl& url)
 {
+    importFile(url, true);
+}
+
+bool CSVDataSourceViewController::importFile(const QUrl& url, bool checkHeaders)
+{
     qbPrint(QStringLiteral("Importing new source file from ") + url.toLocalFile());
     // A file that can't be read is reported and changes nothing: the panel
     // keeps showing the file its rows come from.
     if (auto loaded = m_csvDataSource->loadCSV(url); !loaded) {
         restorePathControl();
         presentError(m_pathControl ? m_pathControl->window() : nullptr, toError(loaded.error()));
-        return;
+        return false;
     }
+    showEncodingNote();
 
     const QStringList newNames = m_csvDataSource->keyNames();
     const QStringList oldSorted = sorted(m_settings.keyNames);
@@ -202,12 +253,13 @@ void CSVDataSourceViewController::importFile(const QUrl& url)
     qbPrint(QStringLiteral("Current headers: ") + listText(oldSorted));
     qbPrint(QStringLiteral("New headers:     ") + listText(newNames));
 
-    if (!match && m_context.preferences && m_context.preferences->warnOnHeaderMismatch()) {
+    if (checkHeaders && !match && m_context.preferences &&
+        m_context.preferences->warnOnHeaderMismatch()) {
         // Neither button goes on with the import: the rows that the old
         // columns feed are kept as they are, whatever was pressed.
         headerMismatchAlert().exec();
         restorePathControl();
-        return;
+        return false;
     }
 
     m_settings.keyNames = newNames;
@@ -215,19 +267,21 @@ void CSVDataSourceViewController::importFile(const QUrl& url)
     const QString column =
         m_headerPopUp->currentIndex() < 0 ? QString() : m_headerPopUp->currentText();
     if (column.isEmpty())
-        return;
+        return true;
     m_csvDataSource->buildMetadata(column);
     // The document records the column the rows are keyed by now, also when
     // the saved one has gone from the file.
     m_settings.selectedHeader = column;
     m_settings.currentURL = BookmarkURL(url);
+    m_reloadButton->setEnabled(true);
 
     DataSourceDelegate* delegate = this->delegate();
     if (!delegate)
-        return;
+        return true;
     delegate->rebuildCriteria();
     delegate->refreshImageDisplay();
     postDataSourceChange();
+    return true;
 }
 
 void CSVDataSourceViewController::fileNameSelect()
@@ -249,6 +303,48 @@ void CSVDataSourceViewController::matchStyleSelect()
     m_settings.selectedMatchStyle = tag;
     m_csvDataSource->setMatchingStyle(*style);
     contentChanged();
+}
+
+void CSVDataSourceViewController::delimiterSelect()
+{
+    const auto chosen = FieldDelimiter(m_delimiterPopUp->currentData().toInt());
+    const FieldDelimiter previous = m_settings.delimiter();
+    if (chosen == previous)
+        return;
+    // Set before the import, so that the settings the document takes from
+    // it hold the new choice.
+    m_settings.setDelimiter(chosen);
+    m_csvDataSource->setFieldDelimiter(chosen);
+    const QUrl url = m_settings.currentURL ? m_settings.currentURL->url : QUrl();
+    if (url.isLocalFile() && QFileInfo::exists(url.toLocalFile())) {
+        // A file that doesn't read with this delimiter keeps the one it had.
+        if (!importFile(url, false)) {
+            m_settings.setDelimiter(previous);
+            m_csvDataSource->setFieldDelimiter(previous);
+            showDelimiter();
+        }
+        return;
+    }
+    contentChanged();
+}
+
+void CSVDataSourceViewController::showDelimiter()
+{
+    if (m_delimiterPopUp)
+        m_delimiterPopUp->setCurrentIndex(m_delimiterPopUp->findData(int(m_settings.delimiter())));
+}
+
+void CSVDataSourceViewController::showEncodingNote()
+{
+    if (!m_encodingNote)
+        return;
+    const auto& page = m_csvDataSource->detectedCodePage();
+    m_encodingNote->setText(
+        page ? QStringLiteral("Not UTF-8: read as %1. Save the file as UTF-8 if names "
+                              "look wrong.")
+                   .arg(QString::fromLatin1(page->displayName))
+             : QString());
+    m_encodingNote->setVisible(page.has_value());
 }
 
 void CSVDataSourceViewController::restorePathControl()

@@ -9,14 +9,15 @@
 #include "widgets/pathcontrol.h"
 
 #include <QComboBox>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 
 namespace qb {
 
-// The CSV panel: a file, the column that holds the file names, and the
-// matching style.
+// The CSV panel: a file, how its fields are delimited, the column that holds
+// the file names, and the matching style.
 class CSVDataSourceViewController final : public DataSourcePresentable {
     Q_OBJECT
 
@@ -37,19 +38,27 @@ public:
     void pathControlDoubleAction(const QUrl& url);
     void fileNameSelect();
     void matchStyleSelect();
+    void delimiterSelect();
 
     void importFile(const QUrl& url);
 
     PathControl* pathControl() const { return m_pathControl; }
     QComboBox* headerPopUp() const { return m_headerPopUp; }
     QComboBox* matchingStylePopUp() const { return m_matchingStylePopUp; }
+    QComboBox* delimiterPopUp() const { return m_delimiterPopUp; }
+    QLabel* encodingNote() const { return m_encodingNote; }
 
 protected:
     QWidget* loadView() override;
     void viewDidLoad() override;
 
 private:
+    // A file the user picks is checked against the rows' columns; the same
+    // file read with another delimiter is not: that choice was deliberate.
+    bool importFile(const QUrl& url, bool checkHeaders);
     void refreshHeaderPopUp(bool autoImport);
+    void showDelimiter();
+    void showEncodingNote();
     void updateHeaderPopUpEnabled();
     void restorePathControl();
     QMessageBox& headerMismatchAlert();
@@ -60,6 +69,8 @@ private:
     QPointer<PathControl> m_pathControl;
     QPointer<QComboBox> m_headerPopUp;
     QPointer<QComboBox> m_matchingStylePopUp;
+    QPointer<QComboBox> m_delimiterPopUp;
+    QPointer<QLabel> m_encodingNote;
     QPointer<QPushButton> m_reloadButton;
     QPointer<QMessageBox> m_headerMismatchAlert;
 };

@@ -7,7 +7,9 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QRadioButton>
 #include <QShowEvent>
@@ -81,15 +83,19 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
         button->setAccessibleName(choice.text);
         m_writeMethods->addButton(button, choice.value);
         layout->addWidget(button);
+        if (choice.value == 1)
+            layout->addLayout(makeSidecarNameRow(group));
     }
-    m_writeMethods->button(writeMethodChoice(m_preferences.writeMethodValue()))->setChecked(true);
+    const auto showMethod = [this](int value) {
+        m_writeMethods->button(writeMethodChoice(value))->setChecked(true);
+        m_sidecarName->setEnabled(writeMethodChoice(value) == 1);
+    };
+    showMethod(m_preferences.writeMethodValue());
     connect(m_writeMethods, &QButtonGroup::idClicked, &m_preferences,
             &Preferences::setWriteMethodValue);
     // The window keeps this page for the whole session; follow changes
     // made elsewhere so the page never shows a stale choice.
-    connect(
-        &m_preferences, &Preferences::writeMethodValueChanged, m_writeMethods,
-        [this](int value) { m_writeMethods->button(writeMethodChoice(value))->setChecked(true); });
+    connect(&m_preferences, &Preferences::writeMethodValueChanged, m_writeMethods, showMethod);
 
     m_writeMethodDescription = new QLabel(group);
     m_writeMethodDescription->setObjectName(QStringLiteral("writeMethodDescription"));
@@ -98,6 +104,34 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
     m_writeMethodDescription->setContentsMargins(0, 6, 0, 0);
     layout->addWidget(m_writeMethodDescription);
     return group;
+}
+
+// Beside the XMP method, since only its sidecars have a name to choose.
+QLayout* GeneralPreferenceViewController::makeSidecarNameRow(QWidget* group)
+{
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(22, 0, 0, 0);
+    auto* label = new QLabel(QStringLiteral("Named:"), group);
+    m_sidecarName = new QComboBox(group);
+    m_sidecarName->setObjectName(QStringLiteral("sidecarNamePopUp"));
+    m_sidecarName->setAccessibleName(QStringLiteral("Sidecar file name"));
+    m_sidecarName->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_sidecarName->addItem(QStringLiteral("IMG_0001.xmp (Lightroom, Capture One)"),
+                           sidecarNamingName(SidecarNaming::name));
+    m_sidecarName->addItem(QStringLiteral("IMG_0001.CR3.xmp (darktable, digiKam)"),
+                           sidecarNamingName(SidecarNaming::nameWithExtension));
+    label->setBuddy(m_sidecarName);
+    const auto showName = [this](const QString& name) {
+        m_sidecarName->setCurrentIndex(m_sidecarName->findData(name));
+    };
+    showName(m_preferences.sidecarName());
+    connect(m_sidecarName, &QComboBox::activated, this,
+            [this] { m_preferences.setSidecarName(m_sidecarName->currentData().toString()); });
+    connect(&m_preferences, &Preferences::sidecarNameChanged, m_sidecarName, showName);
+    row->addWidget(label);
+    row->addWidget(m_sidecarName);
+    row->addStretch(1);
+    return row;
 }
 
 QWidget* GeneralPreferenceViewController::makeAlertsGroup()

@@ -6,7 +6,9 @@
 #include <QWidget>
 
 class QButtonGroup;
+class QComboBox;
 class QLabel;
+class QLayout;
 
 namespace qb {
 
@@ -16,8 +18,8 @@ class Preferences;
 // 2 Capture One, any other number XMP sidecars.
 QString writeMethodDescription(int writeMethodValue);
 
-// The General page: the write method, and the two check boxes of the
-// import and assign alerts. Controls write to the preferences at once.
+// The General page: the write method with the name of XMP sidecars, and
+// the two check boxes of the import and assign alerts. Controls write to the preferences at once.
 class GeneralPreferenceViewController final : public QWidget {
     Q_OBJECT
 
@@ -26,6 +28,7 @@ public:
 
     static QString preferencePaneTitle() { return QStringLiteral("General"); }
     QLabel* writeMethodDescriptionLabel() const { return m_writeMethodDescription; }
+    QComboBox* sidecarNamePopUp() const { return m_sidecarName; }
 
 protected:
     // The description follows the preference only while the page is shown.
@@ -34,12 +37,14 @@ protected:
 
 private:
     QWidget* makeWriteMethodGroup();
+    QLayout* makeSidecarNameRow(QWidget* group);
     QWidget* makeAlertsGroup();
     void updateDescription(int writeMethodValue);
 
     Preferences& m_preferences;
     QButtonGroup* m_writeMethods = nullptr;
     QLabel* m_writeMethodDescription = nullptr;
+    QComboBox* m_sidecarName = nullptr;
     QMetaObject::Connection m_writeMethodObserver;
 };
 

@@ -31,6 +31,12 @@ struct AssignOptions {
                               QStringLiteral("direct, xmp or captureone (default: the "
                                              "write method of the preferences)."),
                               QStringLiteral("METHOD")};
+    QCommandLineOption sidecarName{QStringLiteral("sidecar-name"),
+                                   QStringLiteral("How xmp names sidecars: name (A1.xmp) or "
+                                                  "name.ext (A1.CR3.xmp, as darktable and "
+                                                  "digiKam read them); default: the "
+                                                  "preferences."),
+                                   QStringLiteral("FORM")};
 };
 
 std::optional<Method> writeMethodNamed(const QString& name)
@@ -54,11 +60,13 @@ std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& p
 
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
-ExitStatus write(const ExifImages& images, Method method, const QString& exiftool, Streams& streams)
+ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming,
+                 const QString& exiftool, Streams& streams)
 {
     MetadataQueue& queue = MetadataQueue::shared(method);
     if (!exiftool.isEmpty())
         queue.setExiftoolLocation(absolutePath(exiftool));
+    queue.setSidecarNaming(naming);
     queue.setCaptureOneWriter(std::make_shared<CaptureOneAdjustmentWriter>());
     queue.enqueue(images);
     std::optional<MetadataQueue::WriteResult> outcome;
@@ -106,7 +114,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions({options.mappings, options.dryRun, options.method});
+    parser.addOptions({options.mappings, options.dryRun, options.method, options.sidecarName});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
@@ -124,6 +132,15 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
             return ExitStatus::usage;
         }
         method = *named;
+    }
+    std::optional<SidecarNaming> naming = preferences.sidecarNaming();
+    if (parser.isSet(options.sidecarName)) {
+        naming = sidecarNamingNamed(parser.value(options.sidecarName));
+        if (!naming) {
+            printError(streams, QStringLiteral("unknown sidecar name '%1'; use name or name.ext")
+                                    .arg(parser.value(options.sidecarName)));
+            return ExitStatus::usage;
+        }
     }
     if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
         printError(streams, QStringLiteral("assign needs --mappings or --document; see "
@@ -161,7 +178,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("no image matched a row; nothing was written"));
         return ExitStatus::success;
     }
-    return write(images, method, parser.value(sourceOptions.exiftool), streams);
+    return write(images, method, *naming, parser.value(sourceOptions.exiftool), streams);
 }
 
 } // namespace qb::cli

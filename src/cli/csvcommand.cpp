@@ -91,15 +91,51 @@ readerConfiguration(const QCommandLineParser& parser, const ReaderOptions& names
     return configuration;
 }
 
-ExitStatus printCsvLoadError(Streams& streams, const CSVLoadError& error)
+QString encodingHelp()
+{
+    return QStringLiteral("The file's encoding: %1.").arg(textEncodingNames().join(u", "));
+}
+
+ExitStatus printCsvLoadError(Streams& streams, const CSVLoadError& error, bool canForceEncoding)
 {
     if (const auto* csv = std::get_if<CSVError>(&error)) {
         streams.err << csv->longDescription() << '\n';
         streams.err.flush();
-    } else {
-        printError(streams, std::get<Error>(error));
+        return ExitStatus::usage;
     }
+    Error plain = std::get<Error>(error);
+    if (canForceEncoding && plain.code == undeterminedEncodingCode)
+        plain.recoverySuggestion += QStringLiteral(" Or name its encoding with --encoding NAME.");
+    printError(streams, plain);
     return ExitStatus::usage;
+}
+
+std::expected<CSVDataSource::FieldDelimiter, QString> delimiterNamed(const QString& name)
+{
+    if (const auto delimiter = CSVDataSource::fieldDelimiterNamed(name))
+        return *delimiter;
+    return std::unexpected(
+        QStringLiteral("unknown delimiter '%1'; use comma, semicolon, tab or auto").arg(name));
+}
+
+std::expected<TextEncoding, QString> encodingNamed(const QString& name)
+{
+    if (const auto encoding = textEncodingFromName(name))
+        return *encoding;
+    return std::unexpected(
+        QStringLiteral("unknown encoding '%1'; use %2").arg(name, textEncodingNames().join(u", ")));
+}
+
+std::expected<void, ExitStatus> loadCsvFile(CSVDataSource& source, const QUrl& url,
+                                            Streams& streams, bool canForceEncoding)
+{
+    if (auto loaded = source.loadCSV(url); !loaded)
+        return std::unexpected(printCsvLoadError(streams, loaded.error(), canForceEncoding));
+    if (const auto& page = source.detectedCodePage())
+        printError(streams, QStringLiteral("%1 is not UTF-8; read it as %2")
+                                .arg(QFileInfo(url.toLocalFile()).fileName(),
+                                     QString::fromLatin1(page->displayName)));
+    return {};
 }
 
 ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
@@ -111,7 +147,8 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
     const QCommandLineOption keyOption(QStringLiteral("key"),
                                        QStringLiteral("Show the table keyed by this column."),
                                        QStringLiteral("COLUMN"));
-    parser.addOption(keyOption);
+    const QCommandLineOption delimiter = delimiterOption();
+    parser.addOptions({keyOption, delimiter});
     parser.addOptions(options.readerOptions());
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The CSV file."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("csv"), arguments, streams))
@@ -127,6 +164,11 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
     bool readerOptionSet = false;
     for (const QCommandLineOption& option : options.readerOptions())
         readerOptionSet = readerOptionSet || parser.isSet(option);
+    if (readerOptionSet && parser.isSet(delimiter)) {
+        printError(streams, QStringLiteral("--delimiter reads as the data source does; give it "
+                                           "or reader options, not both"));
+        return ExitStatus::usage;
+    }
     if (readerOptionSet) {
         const auto configuration = readerConfiguration(parser, options);
         if (!configuration) {
@@ -137,8 +179,16 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
         if (!view)
             return printCsvLoadError(streams, view.error());
         source.setCsvData(std::move(*view));
-    } else if (auto loaded = source.loadCSV(url); !loaded) {
-        return printCsvLoadError(streams, loaded.error());
+    } else {
+        const auto named = delimiterNamed(
+            parser.value(delimiter).isEmpty() ? QStringLiteral("comma") : parser.value(delimiter));
+        if (!named) {
+            printError(streams, named.error());
+            return ExitStatus::usage;
+        }
+        source.setFieldDelimiter(*named);
+        if (auto loaded = loadCsvFile(source, url, streams, false); !loaded)
+            return loaded.error();
     }
 
     if (!parser.isSet(keyOption)) {

@@ -9,6 +9,17 @@
 
 namespace qb::cli {
 
+// The help of every --encoding option: the names it takes.
+QString encodingHelp();
+
+// How the CSV data source splits fields: comma unless told otherwise.
+inline QCommandLineOption delimiterOption()
+{
+    return {QStringLiteral("delimiter"),
+            QStringLiteral("comma (default), semicolon, tab or auto (by the header line)."),
+            QStringLiteral("NAME")};
+}
+
 // The options that configure the CSV reader, shared by the commands that read CSV.
 struct ReaderOptions {
     QCommandLineOption fieldDelimiter{QStringLiteral("field-delimiter"),
@@ -25,10 +36,7 @@ struct ReaderOptions {
     QCommandLineOption trim{QStringLiteral("trim"),
                             QStringLiteral("Characters to strip around fields."),
                             QStringLiteral("CHARS")};
-    QCommandLineOption encoding{QStringLiteral("encoding"),
-                                QStringLiteral("ascii, utf8, utf16, utf16le, utf16be, utf32, "
-                                               "utf32le, utf32be or unicode."),
-                                QStringLiteral("NAME")};
+    QCommandLineOption encoding{QStringLiteral("encoding"), encodingHelp(), QStringLiteral("NAME")};
     QCommandLineOption presample{QStringLiteral("presample"),
                                  QStringLiteral("Read the whole file before parsing.")};
     QList<QCommandLineOption> readerOptions() const
@@ -43,8 +51,19 @@ std::expected<CSVReader::Configuration, QString>
 readerConfiguration(const QCommandLineParser& parser, const ReaderOptions& names);
 
 // A CSV error prints its long form; any other read failure its one line.
-// Both are bad input: status 2.
-ExitStatus printCsvLoadError(Streams& streams, const CSVLoadError& error);
+// Both are bad input: status 2. `canForceEncoding` adds how to name the
+// encoding of a file whose code page couldn't be told.
+ExitStatus printCsvLoadError(Streams& streams, const CSVLoadError& error,
+                             bool canForceEncoding = false);
+
+// The field delimiter and the encoding named by --delimiter and --encoding;
+// the usage error's text for a name that isn't one.
+std::expected<CSVDataSource::FieldDelimiter, QString> delimiterNamed(const QString& name);
+std::expected<TextEncoding, QString> encodingNamed(const QString& name);
+// Loads the file into the data source, and says on stderr which code page a
+// file that isn't Unicode was read in.
+std::expected<void, ExitStatus> loadCsvFile(CSVDataSource& source, const QUrl& url,
+                                            Streams& streams, bool canForceEncoding);
 
 ExitStatus csvCommand(const QStringList& arguments, Streams& streams);
 

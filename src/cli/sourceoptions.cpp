@@ -21,6 +21,8 @@ struct Settings {
     std::optional<QString> csvPath;
     std::optional<QString> key;
     std::optional<Style> style;
+    CSVDataSource::FieldDelimiter delimiter = CSVDataSource::FieldDelimiter::comma;
+    std::optional<TextEncoding> encoding;
 };
 
 std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus> loadCsv(const Settings& settings,
@@ -32,9 +34,12 @@ std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus> loadCsv(const Set
         return std::unexpected(ExitStatus::usage);
     }
     auto source = std::make_shared<CSVDataSource>();
-    if (auto loaded = source->loadCSV(QUrl::fromLocalFile(absolutePath(*settings.csvPath)));
+    source->setFieldDelimiter(settings.delimiter);
+    source->setEncoding(settings.encoding);
+    if (auto loaded = loadCsvFile(*source, QUrl::fromLocalFile(absolutePath(*settings.csvPath)),
+                                  streams, true);
         !loaded)
-        return std::unexpected(printCsvLoadError(streams, loaded.error()));
+        return std::unexpected(loaded.error());
     if (!source->keyNames().contains(*settings.key)) {
         printError(streams,
                    QStringLiteral("the CSV file has no column named '%1'").arg(*settings.key));
@@ -65,6 +70,24 @@ loadImages(const QCommandLineParser& parser, const SourceOptions& options, Strea
         return std::unexpected(ExitStatus::failure);
     }
     return source;
+}
+
+std::expected<void, QString> readOptions(const QCommandLineParser& parser,
+                                         const SourceOptions& options, Settings& settings)
+{
+    if (parser.isSet(options.delimiter)) {
+        const auto delimiter = delimiterNamed(parser.value(options.delimiter));
+        if (!delimiter)
+            return std::unexpected(delimiter.error());
+        settings.delimiter = *delimiter;
+    }
+    if (parser.isSet(options.encoding)) {
+        const auto encoding = encodingNamed(parser.value(options.encoding));
+        if (!encoding)
+            return std::unexpected(encoding.error());
+        settings.encoding = *encoding;
+    }
+    return {};
 }
 
 } // namespace
@@ -108,8 +131,15 @@ std::expected<LoadedSource, ExitStatus> loadSource(const QCommandLineParser& par
             return std::unexpected(ExitStatus::usage);
         }
         loaded.documentRows = (*document)->currentCriteriaRows();
-        settings = {(*document)->csvFilePath(), (*document)->csvSelectedHeader(),
-                    (*document)->csvMatchStyle()};
+        settings.csvPath = (*document)->csvFilePath();
+        settings.key = (*document)->csvSelectedHeader();
+        settings.style = (*document)->csvMatchStyle();
+        if (const auto csv = (*document)->csvSettings())
+            settings.delimiter = csv->delimiter();
+    }
+    if (auto read = readOptions(parser, options, settings); !read) {
+        printError(streams, read.error());
+        return std::unexpected(ExitStatus::usage);
     }
     if (parser.isSet(options.csv))
         settings.csvPath = parser.value(options.csv);

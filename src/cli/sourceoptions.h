@@ -2,6 +2,7 @@
 #pragma once
 
 #include "command.h"
+#include "csvcommand.h"
 
 #include "kit/filenamedatasource.h"
 #include "kit/metadatamapping.h"
@@ -42,10 +43,15 @@ struct SourceOptions {
     QCommandLineOption exiftool{QStringLiteral("exiftool"),
                                 QStringLiteral("The exiftool executable to run."),
                                 QStringLiteral("PATH")};
+    // How the CSV file is read; --encoding takes the names of `csv`'s.
+    QCommandLineOption delimiter = delimiterOption();
+    QCommandLineOption encoding{QStringLiteral("encoding"),
+                                encodingHelp() + QStringLiteral(" Detected when not given."),
+                                QStringLiteral("NAME")};
 
     QList<QCommandLineOption> all() const
     {
-        return {csv, key, match, document, imageSource, noRecursive, exiftool};
+        return {csv, key, match, document, imageSource, noRecursive, exiftool, delimiter, encoding};
     }
 };
 

@@ -74,44 +74,6 @@ std::unique_ptr<ScalarSource> makeDecodingSource(TextEncoding encoding, Args&&..
     }
 }
 
-const char* icuConverterName(TextEncoding encoding)
-{
-    switch (encoding) {
-    case TextEncoding::ascii:
-        return "US-ASCII";
-    case TextEncoding::utf8:
-        return "UTF-8";
-    case TextEncoding::utf16:
-    case TextEncoding::unicode:
-        return "UTF-16";
-    case TextEncoding::utf16BigEndian:
-        return "UTF-16BE";
-    case TextEncoding::utf16LittleEndian:
-        return "UTF-16LE";
-    case TextEncoding::utf32:
-        return "UTF-32";
-    case TextEncoding::utf32BigEndian:
-        return "UTF-32BE";
-    case TextEncoding::utf32LittleEndian:
-        return "UTF-32LE";
-    case TextEncoding::isoLatin1:
-        return "ISO-8859-1";
-    case TextEncoding::isoLatin2:
-        return "ISO-8859-2";
-    case TextEncoding::windowsCP1250:
-        return "windows-1250";
-    case TextEncoding::windowsCP1251:
-        return "windows-1251";
-    case TextEncoding::windowsCP1252:
-        return "windows-1252";
-    case TextEncoding::macOSRoman:
-        return "macintosh";
-    case TextEncoding::shiftJIS:
-        return "Shift_JIS";
-    }
-    return "";
-}
-
 struct ConverterCloser {
     void operator()(UConverter* converter) const { ucnv_close(converter); }
 };

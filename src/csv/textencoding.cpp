@@ -8,7 +8,7 @@ namespace qb {
 
 namespace {
 
-constexpr std::array<std::pair<TextEncoding, const char*>, 16> encodingNames{{
+constexpr std::array<std::pair<TextEncoding, const char*>, 18> encodingNames{{
     {TextEncoding::ascii, "ascii"},
     {TextEncoding::utf8, "utf8"},
     {TextEncoding::utf16, "utf16"},
@@ -20,11 +20,13 @@ constexpr std::array<std::pair<TextEncoding, const char*>, 16> encodingNames{{
     {TextEncoding::unicode, "unicode"},
     {TextEncoding::isoLatin1, "latin1"},
     {TextEncoding::isoLatin2, "latin2"},
+    {TextEncoding::isoLatin9, "latin9"},
     {TextEncoding::windowsCP1250, "cp1250"},
     {TextEncoding::windowsCP1251, "cp1251"},
     {TextEncoding::windowsCP1252, "cp1252"},
     {TextEncoding::macOSRoman, "macroman"},
     {TextEncoding::shiftJIS, "shiftjis"},
+    {TextEncoding::gb18030, "gb18030"},
 }};
 
 } // namespace
@@ -36,6 +38,56 @@ QString textEncodingName(TextEncoding encoding)
             return QString::fromLatin1(name);
     }
     return {};
+}
+
+QStringList textEncodingNames()
+{
+    QStringList names;
+    for (const auto& entry : encodingNames)
+        names << QString::fromLatin1(entry.second);
+    return names;
+}
+
+const char* icuConverterName(TextEncoding encoding)
+{
+    switch (encoding) {
+    case TextEncoding::ascii:
+        return "US-ASCII";
+    case TextEncoding::utf8:
+        return "UTF-8";
+    case TextEncoding::utf16:
+    case TextEncoding::unicode:
+        return "UTF-16";
+    case TextEncoding::utf16BigEndian:
+        return "UTF-16BE";
+    case TextEncoding::utf16LittleEndian:
+        return "UTF-16LE";
+    case TextEncoding::utf32:
+        return "UTF-32";
+    case TextEncoding::utf32BigEndian:
+        return "UTF-32BE";
+    case TextEncoding::utf32LittleEndian:
+        return "UTF-32LE";
+    case TextEncoding::isoLatin1:
+        return "ISO-8859-1";
+    case TextEncoding::isoLatin2:
+        return "ISO-8859-2";
+    case TextEncoding::isoLatin9:
+        return "ISO-8859-15";
+    case TextEncoding::windowsCP1250:
+        return "windows-1250";
+    case TextEncoding::windowsCP1251:
+        return "windows-1251";
+    case TextEncoding::windowsCP1252:
+        return "windows-1252";
+    case TextEncoding::macOSRoman:
+        return "macintosh";
+    case TextEncoding::shiftJIS:
+        return "Shift_JIS";
+    case TextEncoding::gb18030:
+        return "GB18030";
+    }
+    return "";
 }
 
 std::optional<TextEncoding> textEncodingFromName(QStringView name)

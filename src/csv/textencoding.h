@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <optional>
@@ -23,18 +24,24 @@ enum class TextEncoding {
     unicode,
     isoLatin1,
     isoLatin2,
+    isoLatin9,
     windowsCP1250,
     windowsCP1251,
     windowsCP1252,
     macOSRoman,
     shiftJIS,
+    gb18030,
 };
 
 // Short names, as typed on a command line: "ascii", "utf8", "utf16", "utf16le",
 // "utf16be", "utf32", "utf32le", "utf32be", "unicode", "latin1", "latin2",
-// "cp1250", "cp1251", "cp1252", "macroman", "shiftjis".
+// "latin9", "cp1250", "cp1251", "cp1252", "macroman", "shiftjis", "gb18030".
 QString textEncodingName(TextEncoding encoding);
 // The encoding with that short name, in any letter case.
 std::optional<TextEncoding> textEncodingFromName(QStringView name);
+// Every short name, in the order above, for help texts and messages.
+QStringList textEncodingNames();
+// The name ICU's converters know the encoding by.
+const char* icuConverterName(TextEncoding encoding);
 
 } // namespace qb

@@ -43,6 +43,21 @@ std::optional<FileNameDataSource::MatchingStyle> CSVDatasourceSettings::matching
     return styleFromRaw(selectedMatchStyle);
 }
 
+CSVDataSource::FieldDelimiter CSVDatasourceSettings::delimiter() const
+{
+    const auto named =
+        fieldDelimiter ? CSVDataSource::fieldDelimiterNamed(*fieldDelimiter) : std::nullopt;
+    return named.value_or(CSVDataSource::FieldDelimiter::comma);
+}
+
+void CSVDatasourceSettings::setDelimiter(CSVDataSource::FieldDelimiter delimiter)
+{
+    if (delimiter == CSVDataSource::FieldDelimiter::comma)
+        fieldDelimiter.reset();
+    else
+        fieldDelimiter = CSVDataSource::fieldDelimiterName(delimiter);
+}
+
 std::expected<Json, Error> CSVDatasourceSettings::toJson() const
 {
     Json names = Json::array();
@@ -59,6 +74,8 @@ std::expected<Json, Error> CSVDatasourceSettings::toJson() const
             return std::unexpected(bookmark.error());
         json["currentURL"] = std::move(*bookmark);
     }
+    if (fieldDelimiter)
+        json["fieldDelimiter"] = qb::toJson(*fieldDelimiter);
     return json;
 }
 
@@ -76,6 +93,7 @@ CSVDatasourceSettings CSVDatasourceSettings::fromJson(const JsonObject& object,
     }
     settings.selectedHeader = optionalString(object, "selectedHeader");
     settings.selectedMatchStyle = object.integer("selectedMatchStyle");
+    settings.fieldDelimiter = optionalString(object, "fieldDelimiter");
     if (object.contains("currentURL") && !object.json().at("currentURL").is_null())
         settings.currentURL = BookmarkURL::fromJson(object.json().at("currentURL"),
                                                     object.pathOf("currentURL"), relativeTo);

@@ -4,6 +4,7 @@
 #include "documents/bookmarkurl.h"
 #include "documents/filewrapper.h"
 
+#include "kit/csvdatasource.h"
 #include "kit/filenamedatasource.h"
 
 #include "extensions/error.h"
@@ -28,9 +29,17 @@ struct CSVDatasourceSettings {
     // unknown value survives a round trip and is judged by whoever applies it.
     qint64 selectedMatchStyle = 2;
     std::optional<BookmarkURL> currentURL;
+    // The field delimiter's name, left out for comma so that a document
+    // reads as it did before the choice existed; readers that predate it
+    // ignore the member.
+    std::optional<QString> fieldDelimiter;
 
     // Nothing when the raw value names no style.
     std::optional<FileNameDataSource::MatchingStyle> matchingStyle() const;
+    // Comma when the member is absent, and for a name this version doesn't
+    // know, since comma is what the document was read with before.
+    CSVDataSource::FieldDelimiter delimiter() const;
+    void setDelimiter(CSVDataSource::FieldDelimiter delimiter);
 
     // Fails when the bookmark can't be made, as for a file that has gone.
     std::expected<Json, Error> toJson() const;

@@ -83,7 +83,7 @@ void MetadataBatchWriter::writeSidecars(const QString& jsonPath,
                                         const MetadataCompletion& completion)
 {
     write({QStringLiteral("-json=") + jsonPath, QStringLiteral("-srcfile"),
-           QStringLiteral("%d%f.xmp")},
+           sidecarFormat(m_sidecarNaming)},
           QStringLiteral("Finished writing XMP sidecar files."), completion);
 }
 

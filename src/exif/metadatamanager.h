@@ -12,12 +12,24 @@
 #include <expected>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace qb {
 
 // Takes the closing message of a write, or why it failed.
 using MetadataCompletion = std::function<void(std::expected<QString, Error>)>;
+
+// How an XMP sidecar beside an image is named. `name` replaces the image's
+// extension (A1.CR3 gets A1.xmp), as Lightroom and Capture One read it;
+// `nameWithExtension` keeps it (A1.CR3.xmp), as darktable and digiKam do.
+enum class SidecarNaming { name, nameWithExtension };
+// "name" and "name.ext", as the preference stores them and the command line
+// takes them.
+QString sidecarNamingName(SidecarNaming naming);
+std::optional<SidecarNaming> sidecarNamingNamed(QStringView name);
+// exiftool's file-name format of the sidecar: %d%f.xmp or %d%f.%e.xmp.
+QString sidecarFormat(SidecarNaming naming);
 
 // How the metadata queue drives exiftool: register images, write the exchange
 // file, run exiftool over it. One batch at a time, from one thread; the
@@ -43,6 +55,13 @@ public:
 
     virtual void writeImages(const QString& jsonPath, const MetadataCompletion& completion) = 0;
     virtual void writeSidecars(const QString& jsonPath, const MetadataCompletion& completion) = 0;
+
+    // The sidecars that writeJSON(path, true) and writeSidecars() name.
+    SidecarNaming sidecarNaming() const { return m_sidecarNaming; }
+    void setSidecarNaming(SidecarNaming naming) { m_sidecarNaming = naming; }
+
+protected:
+    SidecarNaming m_sidecarNaming = SidecarNaming::name;
 };
 
 // The run every write ends in: exiftool over `arguments` plus each file,

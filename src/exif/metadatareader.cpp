@@ -17,16 +17,23 @@ const QString jsonOption = QStringLiteral("-json=");
 
 } // namespace
 
-QUrl sidecarUrl(const QUrl& url)
+QUrl sidecarUrl(const QUrl& url, SidecarNaming naming)
 {
     QString path = url.path(QUrl::FullyDecoded);
     const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
     const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
-    // A leading dot names a hidden file; it doesn't start an extension.
-    if (dot > slash + 1)
-        path.truncate(dot);
+    if (naming == SidecarNaming::nameWithExtension) {
+        // Where exiftool's %d%f.%e.xmp puts it: a name without any dot gets
+        // an empty extension between two dots.
+        path += dot > slash ? QStringLiteral(".xmp") : QStringLiteral("..xmp");
+    } else {
+        // A leading dot names a hidden file; it doesn't start an extension.
+        if (dot > slash + 1)
+            path.truncate(dot);
+        path += QStringLiteral(".xmp");
+    }
     QUrl sidecar(url);
-    sidecar.setPath(path + QStringLiteral(".xmp"), QUrl::DecodedMode);
+    sidecar.setPath(path, QUrl::DecodedMode);
     return sidecar;
 }
 
@@ -165,7 +172,8 @@ std::expected<void, Error> MetadataReader::writeJSON(const QString& path, bool s
         for (const auto& entry : m_loadedImages) {
             ExifImage& image = *entry.second;
             if (const std::optional<QUrl> source = image.url())
-                image.metadata.insert_or_assign(ExifImage::sourceFileKey, sidecarUrl(*source));
+                image.metadata.insert_or_assign(ExifImage::sourceFileKey,
+                                                sidecarUrl(*source, m_sidecarNaming));
         }
     }
     nlohmann::ordered_json objects = nlohmann::ordered_json::array();
@@ -190,7 +198,7 @@ void MetadataReader::writeSidecars(const QString& jsonPath, const MetadataComple
 {
     // Unlike the direct form, no -ignoreMinorErrors: a minor error fails a
     // sidecar write. Kept on purpose.
-    write({jsonOption + jsonPath, QStringLiteral("-srcfile"), QStringLiteral("%d%f.xmp")},
+    write({jsonOption + jsonPath, QStringLiteral("-srcfile"), sidecarFormat(m_sidecarNaming)},
           QStringLiteral("Finished writing XMP sidecar files."), completion);
 }
 

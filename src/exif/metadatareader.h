@@ -71,7 +71,8 @@ private:
     Images m_loadedImages;
 };
 
-// The XMP sidecar beside a file: same folder and base name, extension xmp.
-QUrl sidecarUrl(const QUrl& url);
+// The XMP sidecar beside a file: same folder and base name, extension xmp,
+// the image's own extension kept before it when the naming says so.
+QUrl sidecarUrl(const QUrl& url, SidecarNaming naming = SidecarNaming::name);
 
 } // namespace qb

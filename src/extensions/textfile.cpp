@@ -66,19 +66,39 @@ std::optional<QStringConverter::Encoding> unmarkedUtf16(QByteArrayView bytes)
     return std::nullopt;
 }
 
-Error undeterminedEncoding(const QString& fileName)
+Error undeterminedEncoding(const QString& fileName, const QString& reason)
 {
     Error error;
     error.domain = QStringLiteral("QuillbrookKit.FileReadError");
-    error.code = 264;
+    error.code = undeterminedEncodingCode;
     error.errorDescription =
         QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because "
                        "the text encoding of its contents can\u2019t be "
                        "determined.")
             .arg(fileName);
-    error.failureReason = QStringLiteral(
-        "The file is not valid UTF-8 and has no byte order mark for UTF-16 or UTF-32.");
+    error.failureReason = reason;
     error.recoverySuggestion = QStringLiteral("Save the file as UTF-8 and try again.");
+    return error;
+}
+
+Error undeterminedEncoding(const QString& fileName)
+{
+    return undeterminedEncoding(
+        fileName,
+        QStringLiteral(
+            "The file is not valid UTF-8 and has no byte order mark for UTF-16 or UTF-32."));
+}
+
+Error undeterminedCodePage(const QString& fileName)
+{
+    Error error = undeterminedEncoding(
+        fileName, QStringLiteral("The file is not valid UTF-8, has no byte order mark, and "
+                                 "can\u2019t be read with confidence as %1.")
+                      .arg(spreadsheetCodePageList(QStringLiteral("or"))));
+    error.recoverySuggestion = QStringLiteral(
+        "Save it as UTF-8: in Excel choose File \u25b8 Save As and \u201cCSV UTF-8 (Comma "
+        "delimited)\u201d; in Numbers choose File \u25b8 Export To \u25b8 CSV and the text "
+        "encoding Unicode (UTF-8).");
     return error;
 }
 
@@ -119,7 +139,35 @@ std::expected<QString, Error> decodeText(const QByteArray& bytes, const QString&
     return std::unexpected(undeterminedEncoding(fileName));
 }
 
+std::expected<DecodedText, Error> decodeSpreadsheetText(const QByteArray& bytes,
+                                                        const QString& fileName)
+{
+    if (auto text = decodeText(bytes, fileName))
+        return DecodedText{std::move(*text), std::nullopt};
+    // A byte order mark says it is Unicode, damaged.
+    for (const ByteOrderMark& mark : byteOrderMarks) {
+        if (bytes.startsWith(mark.bytes))
+            return std::unexpected(undeterminedEncoding(fileName));
+    }
+    // No spreadsheet writes zero bytes into text it saves in a code page.
+    const auto page = bytes.contains('\0') ? std::nullopt : detectSpreadsheetCodePage(bytes);
+    if (!page)
+        return std::unexpected(undeterminedCodePage(fileName));
+    auto text = decodeStrictly(bytes, page->icuName);
+    if (!text)
+        return std::unexpected(undeterminedCodePage(fileName));
+    return DecodedText{std::move(*text), *page};
+}
+
 std::expected<QString, Error> readTextFile(const QString& path)
+{
+    const auto bytes = readFileBytes(path);
+    if (!bytes)
+        return std::unexpected(bytes.error());
+    return decodeText(*bytes, QFileInfo(path).fileName());
+}
+
+std::expected<QByteArray, Error> readFileBytes(const QString& path)
 {
     QFile file(path);
     const QFileInfo info(path);
@@ -129,10 +177,10 @@ std::expected<QString, Error> readTextFile(const QString& path)
         return std::unexpected(fileReadError(path, QStringLiteral("It is a folder."), false));
     if (!file.open(QIODevice::ReadOnly))
         return std::unexpected(fileReadError(path, file.errorString(), false));
-    const QByteArray bytes = file.readAll();
+    QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
         return std::unexpected(fileReadError(path, file.errorString(), false));
-    return decodeText(bytes, info.fileName());
+    return bytes;
 }
 
 } // namespace qb

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "extensions/codepages.h"
 #include "extensions/error.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <expected>
+#include <optional>
 
 namespace qb {
 
@@ -16,6 +18,23 @@ namespace qb {
 // error rather than read as garbled text.
 std::expected<QString, Error> readTextFile(const QString& path);
 std::expected<QString, Error> decodeText(const QByteArray& bytes, const QString& fileName);
+
+// The code of the error for text whose encoding can't be told.
+inline constexpr int undeterminedEncodingCode = 264;
+
+// A file's text, and the code page it was read in when it wasn't Unicode.
+struct DecodedText {
+    QString text;
+    std::optional<CodePage> codePage;
+};
+
+// As decodeText(), and text that a spreadsheet saved in one of its code pages
+// is read in it, when ICU's detector is confident which one that is.
+std::expected<DecodedText, Error> decodeSpreadsheetText(const QByteArray& bytes,
+                                                        const QString& fileName);
+
+// The whole contents of a regular file.
+std::expected<QByteArray, Error> readFileBytes(const QString& path);
 
 // The error for a file that can't be opened or read, in the user's terms.
 Error fileReadError(const QString& path, const QString& systemReason, bool missing);

@@ -1,9 +1,82 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "csvdatasource.h"
 
-#include "extensions/textfile.h"
+#include <QFileInfo>
+
+#include <array>
 
 namespace qb {
+
+namespace {
+
+using FieldDelimiter = CSVDataSource::FieldDelimiter;
+
+struct DelimiterEntry {
+    FieldDelimiter delimiter;
+    const char* name;
+    char16_t character;
+};
+
+constexpr std::array<DelimiterEntry, 4> delimiters{{
+    {FieldDelimiter::comma, "comma", u','},
+    {FieldDelimiter::semicolon, "semicolon", u';'},
+    {FieldDelimiter::tab, "tab", u'\t'},
+    {FieldDelimiter::automatic, "auto", 0},
+}};
+
+Error undecodableAs(const QString& fileName, TextEncoding encoding)
+{
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.FileReadError");
+    error.code = 261;
+    error.errorDescription = QStringLiteral("The file \u201c%1\u201d couldn\u2019t be read as %2.")
+                                 .arg(fileName, textEncodingName(encoding));
+    error.failureReason = QStringLiteral("Some of its bytes are not characters in that encoding.");
+    error.recoverySuggestion =
+        QStringLiteral("Name the encoding the file was saved in, or leave it out to have it "
+                       "detected.");
+    return error;
+}
+
+} // namespace
+
+QString CSVDataSource::fieldDelimiterName(FieldDelimiter delimiter)
+{
+    for (const DelimiterEntry& entry : delimiters) {
+        if (entry.delimiter == delimiter)
+            return QString::fromLatin1(entry.name);
+    }
+    return {};
+}
+
+std::optional<FieldDelimiter> CSVDataSource::fieldDelimiterNamed(QStringView name)
+{
+    for (const DelimiterEntry& entry : delimiters) {
+        if (name == QLatin1StringView(entry.name))
+            return entry.delimiter;
+    }
+    return std::nullopt;
+}
+
+char16_t CSVDataSource::detectFieldDelimiter(QStringView text)
+{
+    std::array<int, 3> counts{};
+    bool quoted = false;
+    for (const QChar c : text) {
+        if (c == u'"')
+            quoted = !quoted;
+        else if (c == u'\n' && !quoted)
+            break;
+        for (std::size_t i = 0; i < counts.size() && !quoted; ++i)
+            counts[i] += c == delimiters[i].character;
+    }
+    std::size_t best = 0;
+    for (std::size_t i = 1; i < counts.size(); ++i) {
+        if (counts[i] > counts[best])
+            best = i;
+    }
+    return delimiters[best].character;
+}
 
 Error toError(const CSVLoadError& error)
 {
@@ -12,26 +85,49 @@ Error toError(const CSVLoadError& error)
     return std::get<Error>(error);
 }
 
-CSVReader::Configuration CSVDataSource::configurationFor(const QString& text)
+CSVReader::Configuration CSVDataSource::configurationFor(const QString& text,
+                                                         FieldDelimiter delimiter)
 {
     CSVReader::Configuration configuration;
     configuration.headerStrategy = Strategy::Header::firstLine;
-    if (text.contains(QStringLiteral("\r\n"))) {
-        configuration.delimiters.field = Delimiter::Field(u",");
+    const char16_t field = delimiter == FieldDelimiter::automatic
+                               ? detectFieldDelimiter(text)
+                               : delimiters[std::size_t(delimiter)].character;
+    configuration.delimiters.field = Delimiter::Field(QStringView(&field, 1));
+    if (text.contains(QStringLiteral("\r\n")))
         configuration.delimiters.row = Delimiter::Row(u"\r\n");
-    }
     return configuration;
+}
+
+std::expected<DecodedText, Error> CSVDataSource::decode(const QByteArray& bytes,
+                                                        const QString& fileName) const
+{
+    if (!m_encoding)
+        return decodeSpreadsheetText(bytes, fileName);
+    auto text = decodeStrictly(bytes, icuConverterName(*m_encoding));
+    if (!text)
+        return std::unexpected(undecodableAs(fileName, *m_encoding));
+    // Given UTF-8 (or UTF-16, UTF-32), a byte order mark is still no text.
+    if (text->startsWith(QChar(0xFEFF)))
+        text->remove(0, 1);
+    return DecodedText{std::move(*text), std::nullopt};
 }
 
 std::expected<void, CSVLoadError> CSVDataSource::loadCSV(const QUrl& url)
 {
-    const auto text = readTextFile(url.toLocalFile());
-    if (!text)
-        return std::unexpected(CSVLoadError(text.error()));
-    auto view = CSVReader::readFile(*text, configurationFor(*text));
+    const QString path = url.toLocalFile();
+    const auto bytes = readFileBytes(path);
+    if (!bytes)
+        return std::unexpected(CSVLoadError(bytes.error()));
+    const auto decoded = decode(*bytes, QFileInfo(path).fileName());
+    if (!decoded)
+        return std::unexpected(CSVLoadError(decoded.error()));
+    auto view =
+        CSVReader::readFile(decoded->text, configurationFor(decoded->text, m_fieldDelimiter));
     if (!view)
         return std::unexpected(CSVLoadError(view.error()));
     m_csvData = std::move(*view);
+    m_detectedCodePage = decoded->codePage;
     return {};
 }
 

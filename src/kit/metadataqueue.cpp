@@ -281,6 +281,18 @@ QString MetadataQueue::exiftoolLocation() const
     return m_exiftoolLocation;
 }
 
+void MetadataQueue::setSidecarNaming(SidecarNaming naming)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_sidecarNaming = naming;
+}
+
+SidecarNaming MetadataQueue::sidecarNaming() const
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_sidecarNaming;
+}
+
 void MetadataQueue::invalidateTimer()
 {
     qbPrint(QStringLiteral("Invalidating timer with %1 queued items").arg(imageCount()));
@@ -421,6 +433,7 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
     }
     // The executable as chosen now; a later choice applies to the next write.
     m_exifWriter->exiftool().setExiftoolLocation(exiftoolLocation());
+    m_exifWriter->setSidecarNaming(sidecarNaming());
     const QString file = exchangeFilePath();
     m_exifWriter->clear();
     ExifImages images;

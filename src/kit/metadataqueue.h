@@ -83,6 +83,9 @@ public:
     // reports that it isn't available.
     void setCaptureOneWriter(std::shared_ptr<CaptureOneWriter> writer);
     QString exiftoolLocation() const;
+    // How the XMP method names sidecars; a later choice applies to the next write.
+    void setSidecarNaming(SidecarNaming naming);
+    SidecarNaming sidecarNaming() const;
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
                    std::vector<MetadataMapping> mappings);
@@ -124,6 +127,7 @@ private:
     mutable QMutex m_settingsMutex;
     QString m_exiftoolLocation;
     std::shared_ptr<CaptureOneWriter> m_captureOneWriter;
+    SidecarNaming m_sidecarNaming = SidecarNaming::name;
 
     QTimer m_timer;
     std::optional<QDateTime> m_fireDate;

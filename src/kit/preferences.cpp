@@ -151,10 +151,25 @@ MetadataQueue::WriteMethod Preferences::writeMethod() const
     return MetadataQueue::writeMethodFromPreference(writeMethodValue());
 }
 
+QString Preferences::sidecarName() const
+{
+    return sidecarNamingName(sidecarNaming());
+}
+
+void Preferences::setSidecarName(const QString& name)
+{
+    setValue(sidecarNameKey, name);
+}
+
+SidecarNaming Preferences::sidecarNaming() const
+{
+    return sidecarNamingNamed(value(sidecarNameKey).toString()).value_or(SidecarNaming::name);
+}
+
 Preferences::Observed Preferences::observed() const
 {
     return {includeBetaReleases(), warnOnHeaderMismatch(), presentDialogueOnSuccess(),
-            writeMethodValue()};
+            writeMethodValue(), sidecarName()};
 }
 
 void Preferences::notifyChanges(const Observed& before)
@@ -168,6 +183,8 @@ void Preferences::notifyChanges(const Observed& before)
         emit presentDialogueOnSuccessChanged(now.presentDialogueOnSuccess);
     if (now.writeMethodValue != before.writeMethodValue)
         emit writeMethodValueChanged(now.writeMethodValue);
+    if (now.sidecarName != before.sidecarName)
+        emit sidecarNameChanged(now.sidecarName);
 }
 
 } // namespace qb

@@ -34,6 +34,7 @@ class Preferences : public QObject {
                    setPresentDialogueOnSuccess NOTIFY presentDialogueOnSuccessChanged)
     Q_PROPERTY(int writeMethodValue READ writeMethodValue WRITE setWriteMethodValue NOTIFY
                    writeMethodValueChanged)
+    Q_PROPERTY(QString sidecarName READ sidecarName WRITE setSidecarName NOTIFY sidecarNameChanged)
 
 public:
     static inline const QString includeBetaReleasesKey = QStringLiteral("includeBetaReleases");
@@ -42,6 +43,7 @@ public:
     static inline const QString presentDialogueOnSuccessKey =
         QStringLiteral("presentDialogueOnSuccess");
     static inline const QString writeMethodValueKey = QStringLiteral("writeMethodValue");
+    static inline const QString sidecarNameKey = QStringLiteral("sidecarName");
 
     using Defaults = std::vector<std::pair<QString, QVariant>>;
     // What the application registers at launch, in this order.
@@ -79,6 +81,12 @@ public:
     // The write method as an assignment reads it: 0 direct, 2 Capture One,
     // every other number XMP.
     MetadataQueue::WriteMethod writeMethod() const;
+    // How XMP sidecars are named: "name" or "name.ext"; anything else
+    // stored reads as "name". Nothing is registered for it: a user who never
+    // chose keeps the name sidecars always had.
+    QString sidecarName() const;
+    void setSidecarName(const QString& name);
+    SidecarNaming sidecarNaming() const;
 
     QSettings& settings() { return *m_settings; }
 
@@ -87,6 +95,7 @@ signals:
     void warnOnHeaderMismatchChanged(bool warn);
     void presentDialogueOnSuccessChanged(bool present);
     void writeMethodValueChanged(int value);
+    void sidecarNameChanged(const QString& name);
 
 private:
     struct Observed {
@@ -94,6 +103,7 @@ private:
         bool warnOnHeaderMismatch;
         bool presentDialogueOnSuccess;
         int writeMethodValue;
+        QString sidecarName;
     };
     Observed observed() const;
     void notifyChanges(const Observed& before);

@@ -96,6 +96,45 @@ TEST_F(CSVPanelTest, AFileThatIsNotCSVIsReportedAndChangesNothing)
     EXPECT_TRUE(panel().isReady());
 }
 
+TEST_F(CSVPanelTest, ADelimiterChoiceRereadsTheFileAndTheDocumentKeepsIt)
+{
+    // Excel on a Swedish Windows: semicolons, Windows-1252.
+    writeFile("excel.csv", "Shot;Title;Keywords\r\nA1;Malm\xf6 \x93hamn\x94 vid \xd8resund;a\r\n"
+                           "B2;G\xf6teborg;b\r\n");
+    show(std::make_unique<MappingsDoc>());
+    QComboBox* popUp = panel().delimiterPopUp();
+    EXPECT_EQ(popUp->accessibleName(), "Field delimiter");
+    EXPECT_EQ(popUp->currentText(), "Comma");
+    EXPECT_FALSE(panel().encodingNote()->isVisible());
+    panel().importFile(QUrl::fromLocalFile(path("excel.csv")));
+    EXPECT_EQ(panel().settings().keyNames, QStringList{"Shot;Title;Keywords"});
+    EXPECT_TRUE(panel().encodingNote()->isVisible());
+    EXPECT_TRUE(panel().encodingNote()->text().contains("read as Windows-1252"));
+
+    // The columns change, and no header question stops it.
+    bool asked = false;
+    QTimer::singleShot(0, [&asked] {
+        if (QWidget* box = QApplication::activeModalWidget()) {
+            asked = true;
+            box->close();
+        }
+    });
+    popUp->setCurrentIndex(popUp->findText("Automatic"));
+    emit popUp->activated(popUp->currentIndex());
+    QTest::qWait(0);
+    EXPECT_FALSE(asked);
+    EXPECT_EQ(panel().settings().keyNames, (QStringList{"Shot", "Title", "Keywords"}));
+    EXPECT_EQ(panel().headerPopUp()->currentText(), "Shot");
+    EXPECT_EQ(panel().csvDataSource()->metadata().at("A1").at("Title"),
+              DynamicValue(QString::fromUtf8("Malm\u00f6 \u201chamn\u201d vid \u00d8resund")));
+
+    ASSERT_TRUE(m_window->saveTo(path("saved.qbmap")));
+    openWindow(path("saved.qbmap"));
+    EXPECT_EQ(panel().delimiterPopUp()->currentText(), "Automatic");
+    EXPECT_EQ(panel().csvDataSource()->keyNames(), (QStringList{"Shot", "Title", "Keywords"}));
+    EXPECT_TRUE(panel().encodingNote()->isVisible());
+}
+
 TEST_F(CSVPanelTest, AMovedFileKeepsTheSavedColumns)
 {
     const QString package = writePackage(titleRow);

@@ -9,8 +9,10 @@
 #include "kit/preferences.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QLabel>
 #include <QRadioButton>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -120,6 +122,30 @@ TEST_F(PreferencesWindowTest, ControlsWriteThePreferences)
     find<QCheckBox>("presentDialogueOnSuccess")->click();
     EXPECT_FALSE(m_preferences.warnOnHeaderMismatch());
     EXPECT_TRUE(m_preferences.presentDialogueOnSuccess());
+}
+
+TEST_F(PreferencesWindowTest, TheSidecarNameIsChosenBesideTheXmpMethod)
+{
+    m_window.showPreferences();
+    auto* popUp = find<QComboBox>("sidecarNamePopUp");
+    EXPECT_EQ(popUp->accessibleName(), "Sidecar file name");
+    EXPECT_EQ(m_preferences.sidecarNaming(), SidecarNaming::name); // nothing registered
+    EXPECT_EQ(popUp->currentText(), "IMG_0001.xmp (Lightroom, Capture One)");
+    EXPECT_FALSE(popUp->isEnabled()); // a new user writes directly
+
+    find<QRadioButton>("writeMethodXMP")->click();
+    ASSERT_TRUE(popUp->isEnabled());
+    popUp->setCurrentIndex(1);
+    emit popUp->activated(1);
+    EXPECT_EQ(m_preferences.value(Preferences::sidecarNameKey), "name.ext");
+    EXPECT_EQ(m_preferences.sidecarNaming(), SidecarNaming::nameWithExtension);
+
+    QSignalSpy changed(&m_preferences, &Preferences::sidecarNameChanged);
+    m_preferences.setSidecarName("sideways"); // not a form: reads as the default
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(popUp->currentText(), "IMG_0001.xmp (Lightroom, Capture One)");
+    m_preferences.setWriteMethodValue(2);
+    EXPECT_FALSE(popUp->isEnabled());
 }
 
 } // namespace

@@ -103,6 +103,27 @@ TEST_F(AssignWrite, XmpWriteLeavesTheImagesAlone)
     EXPECT_FALSE(QFile::exists(m_dir.filePath("shoot/C3.xmp")));
 }
 
+TEST_F(AssignWrite, NameExtSidecarsLandWhereDarktableLooks)
+{
+    makeJpeg(m_dir.filePath("shoot/B2.CR3")); // a raw file's name, a JPEG's bytes
+    const CliResult result = runCli(assign("xmp") << "--sidecar-name"
+                                                  << "name.ext");
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    for (const char* name : {"B2.xmp", "A1_1.xmp", "C3.jpg.xmp"})
+        EXPECT_FALSE(QFile::exists(m_dir.filePath("shoot/") + name)) << name;
+    const auto sidecars =
+        readBack({m_dir.filePath("shoot/B2.jpg.xmp"), m_dir.filePath("shoot/B2.CR3.xmp"),
+                  m_dir.filePath("shoot/A1_1.jpg.xmp")});
+    EXPECT_EQ(sidecars.at("B2.CR3.xmp")["XMP:Title"].toString(), "Plain");
+    EXPECT_EQ(sidecars.at("B2.jpg.xmp")["XMP:Title"].toString(), "Plain");
+    EXPECT_EQ(sidecars.at("A1_1.jpg.xmp")["XMP:Subject"].toArray(), QJsonArray({"a", "b"}));
+
+    const CliResult bad = runCli(assign("xmp") << "--sidecar-name"
+                                               << "ext");
+    EXPECT_EQ(bad.status, 2);
+    EXPECT_TRUE(bad.err.contains("use name or name.ext")) << bad.err.toStdString();
+}
+
 TEST_F(AssignWrite, WriteLeavesNoPrivateFolderAndRemovesThoseOfEndedProcesses)
 {
     const QString alive = QString::number(QCoreApplication::applicationPid());

@@ -69,6 +69,12 @@ TEST_F(CsvCommands, ErrorsExitWithClearTexts)
          "a\n",
          2,
          "unknown encoding 'ebcdic'"},
+        {"unknown_delimiter", {"csv", "--delimiter", "pipe"}, "a\n", 2, "unknown delimiter 'pipe'"},
+        {"delimiter_and_reader",
+         {"csv", "--delimiter", "tab", "--no-header"},
+         "a\n",
+         2,
+         "not both"},
     };
     for (const CsvErrorCase& c : cases) {
         SCOPED_TRACE(c.name);
@@ -153,6 +159,15 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
           "--csv", m_csv, "--key", "id", m_dir.path()},
          2,
          "unknown mapper type \"x\""},
+        {"bad_delimiter", base + QStringList{"--delimiter", "colon", m_dir.path()}, 2,
+         "use comma, semicolon, tab or auto"},
+        {"bad_encoding", base + QStringList{"--encoding", "koi8", m_dir.path()}, 2,
+         "unknown encoding 'koi8'"},
+        {"undetected_encoding",
+         {"assign", "--dry-run", "--mappings", m_mappings, "--csv",
+          write("mixed.csv", "id,title\nA1,\x8f\x90\x9d\xff\n"), "--key", "id", m_dir.path()},
+         2,
+         "Or name its encoding with --encoding NAME."},
         {"mappings_not_json",
          {"assign", "--dry-run", "--mappings", write("bad2.json", "[{"), "--csv", m_csv, "--key",
           "id", m_dir.path()},
@@ -166,6 +181,47 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
         EXPECT_TRUE(result.err.contains(QString::fromUtf8(c.errContains)))
             << result.err.toStdString();
         EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    }
+}
+
+TEST_F(AssignDryRun, SemicolonsAndCodePagesAsExcelSavesThem)
+{
+    // Windows-1252, as Excel on a Swedish Windows saves "CSV".
+    const QString csv = write("excel.csv", "id;title;tags\r\n"
+                                           "A1;Malm\xf6 \x93hamn\x94 vid \xd8resund;\"a;b\"\r\n"
+                                           "B2;K\xf8"
+                                           "benhavn och G\xf6teborg;\r\n");
+    const QStringList base = {"assign",   "--dry-run", "--mappings",
+                              m_mappings, "--csv",     csv,
+                              "--key",    "id",        m_dir.filePath("shoot/B2.jpg")};
+    const struct {
+        const char* name;
+        QStringList options;
+        const char* title; // of B2; nothing when the read fails
+        const char* err;
+    } cases[] = {
+        {"auto_detected",
+         {"--delimiter", "auto"},
+         "K\u00d8BENHAVN OCH G\u00d6TEBORG",
+         "excel.csv is not UTF-8; read it as Windows-1252"},
+        {"given",
+         {"--delimiter", "semicolon", "--encoding", "cp1252"},
+         "K\u00d8BENHAVN OCH G\u00d6TEBORG",
+         ""},
+        {"comma_as_before", {}, nullptr, "Quotes aren't allowed within fields"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const CliResult result = runCli(base + c.options);
+        EXPECT_TRUE(*c.err ? result.err.contains(QString::fromUtf8(c.err)) : result.err.isEmpty())
+            << result.err.toStdString();
+        if (!c.title) {
+            EXPECT_EQ(result.status, 2);
+            continue;
+        }
+        ASSERT_EQ(result.status, 0);
+        EXPECT_EQ(json(result).array().first().toObject()["XMP:Title"].toString(),
+                  QString::fromUtf8(c.title));
     }
 }
 

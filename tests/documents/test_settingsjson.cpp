@@ -53,6 +53,37 @@ TEST(SettingsJson, CSVSettingsThatDontDecodeSayWhere)
     }
 }
 
+TEST(SettingsJson, TheDelimiterIsKeptOnlyWhenItIsntComma)
+{
+    using D = CSVDataSource::FieldDelimiter;
+    const QByteArray version2 = "{\"keyNames\": [\"Shot\"], \"selectedMatchStyle\": 2";
+    const struct {
+        QByteArray member; // as it follows the other keys
+        D delimiter;
+        bool written;
+    } cases[] = {
+        {"", D::comma, false},
+        {", \"fieldDelimiter\": \"semicolon\"", D::semicolon, true},
+        {", \"fieldDelimiter\": \"tab\"", D::tab, true},
+        {", \"fieldDelimiter\": \"auto\"", D::automatic, true},
+        {", \"fieldDelimiter\": \"pipe\"", D::comma, true}, // a later version's
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.member.toStdString());
+        const auto decoded = CSVDatasourceSettings::decode(version2 + c.member + "}");
+        ASSERT_TRUE(decoded.has_value());
+        EXPECT_EQ(decoded->delimiter(), c.delimiter);
+        const QByteArray saved = *decoded->fileWrapper()->regularFileContents();
+        EXPECT_EQ(saved.contains("fieldDelimiter"), c.written);
+        EXPECT_EQ(CSVDatasourceSettings::decode(saved)->delimiter(), c.delimiter);
+    }
+    CSVDatasourceSettings settings;
+    settings.setDelimiter(D::tab);
+    settings.setDelimiter(D::comma);
+    EXPECT_EQ(settings.fileWrapper()->regularFileContents(),
+              CSVDatasourceSettings().fileWrapper()->regularFileContents());
+}
+
 TEST(SettingsJson, UnknownStyleSurvivesButNamesNoStyle)
 {
     const auto image = ImageDatasourceSettings::decode("{\"selectedMatchStyle\": 9}");

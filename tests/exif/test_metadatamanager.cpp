@@ -63,6 +63,8 @@ TEST(MetadataManager, RunsExiftoolWithTheseCommandLines)
     h.writer.writeImages("/tmp/Q.json", h.collect);
     h.writer.setUrls({file("/s/z.jpg"), file("/s/a.jpg")});
     h.writer.writeSidecars("/tmp/Q.json", h.collect);
+    h.writer.setSidecarNaming(SidecarNaming::nameWithExtension);
+    h.writer.writeSidecars("/tmp/Q.json", h.collect);
     h.writer.clear(); // forgets the files, not the tags
     h.writer.writeImages("/tmp/Q.json", h.collect);
 
@@ -78,6 +80,8 @@ TEST(MetadataManager, RunsExiftoolWithTheseCommandLines)
         {"-json=/tmp/Q.json|/s/a, b.jpg|/s/a, b.jpg|-overwrite_original",
          "Finished writing images."},
         {"-json=/tmp/Q.json|-srcfile|%d%f.xmp|/s/z.jpg|/s/a.jpg|-overwrite_original",
+         "Finished writing XMP sidecar files."},
+        {"-json=/tmp/Q.json|-srcfile|%d%f.%e.xmp|/s/z.jpg|/s/a.jpg|-overwrite_original",
          "Finished writing XMP sidecar files."},
         {"-json=/tmp/Q.json|-overwrite_original", "Finished writing images."},
     };
@@ -186,6 +190,21 @@ TEST(MetadataReader, SidecarExchangeFileNamesTheSidecarsOnTheSharedImages)
     MetadataReader again(harness.runner);
     again.addImages({raw});
     EXPECT_EQ(again.urls(), QList<QUrl>{file("/shots/A1.xmp")});
+
+    // Kept extensions, with exiftool's empty one between two dots.
+    const auto rawAgain = imageAt("/shots/A1.CR3");
+    bare->metadata.insert_or_assign("SourceFile", file("/shots/noext"));
+    hidden->metadata.insert_or_assign("SourceFile", file("/shots/.hidden"));
+    harness.reader.clear();
+    harness.reader.addImages({rawAgain, bare, hidden});
+    harness.reader.setSidecarNaming(SidecarNaming::nameWithExtension);
+    ASSERT_TRUE(harness.reader.writeJSON(jsonPath, true).has_value());
+    EXPECT_EQ(rawAgain->metadata.at("SourceFile"), file("/shots/A1.CR3.xmp"));
+    EXPECT_EQ(bare->metadata.at("SourceFile"), file("/shots/noext..xmp"));
+    EXPECT_EQ(hidden->metadata.at("SourceFile"), file("/shots/.hidden.xmp"));
+    harness.reader.writeSidecars(jsonPath, harness.collect);
+    EXPECT_EQ(harness.runner->runs.back().arguments.mid(1, 2),
+              QStringList({"-srcfile", "%d%f.%e.xmp"}));
 }
 
 TEST(MetadataReader, KeepsTheLastImageForEachLocation)

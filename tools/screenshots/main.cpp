@@ -99,6 +99,26 @@ int main(int argc, char* argv[])
     bool ok = true;
     DocumentWindow* blank = delegate.documents().newDocument();
     ok &= saveWindow(*blank, out + QStringLiteral("/new-document.png"));
+
+    // A shot list as Excel on a Swedish Windows saves it: semicolons, and
+    // Windows-1252 rather than UTF-8.
+    const QString excel = home.filePath(QStringLiteral("shot list.csv"));
+    QFile excelFile(excel);
+    if (!excelFile.open(QIODevice::WriteOnly))
+        return 1;
+    excelFile.write("Shot;Title;City\r\nA1;Hamnen i \x93skymningen\x94;Malm\xf6\r\n"
+                    "B2;Bron;\xd8resund\r\n");
+    excelFile.close();
+    auto* csv =
+        dynamic_cast<CSVDataSourceViewController*>(blank->viewController().datasourceView());
+    if (!csv)
+        return 1;
+    csv->delimiterPopUp()->setCurrentIndex(csv->delimiterPopUp()->findText("Automatic"));
+    csv->delimiterSelect();
+    csv->pathControl()->setUrl(QUrl::fromLocalFile(excel));
+    csv->importFileAction();
+    ok &= saveWindow(*blank, out + QStringLiteral("/csv-panel.png"));
+    blank->document().undoStack().clear();
     blank->close();
 
     // The sample images go into a copy, so that nothing in the examples changes.
