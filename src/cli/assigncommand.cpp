@@ -134,6 +134,8 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("assign needs at least one image or folder"));
         return ExitStatus::usage;
     }
+    if (!allPathsExist(parser.positionalArguments(), streams))
+        return ExitStatus::usage;
 
     auto source = loadSource(parser, sourceOptions, streams);
     if (!source)

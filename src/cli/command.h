@@ -38,6 +38,10 @@ void printError(Streams& streams, const Error& error);
 std::optional<ExitStatus> parseCommandLine(QCommandLineParser& parser, const QString& command,
                                            const QStringList& arguments, Streams& streams);
 
+// Whether every path names a file or folder; prints the first that doesn't.
+// A typing error in a path must not end in a "success" that did nothing.
+bool allPathsExist(const QStringList& paths, Streams& streams);
+
 ExitStatus run(const QStringList& arguments, Streams& streams);
 
 } // namespace qb::cli

@@ -78,6 +78,8 @@ std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus> loadCsv(const Set
 std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus>
 loadImages(const QCommandLineParser& parser, const SourceOptions& options, Streams& streams)
 {
+    if (!allPathsExist(parser.values(options.imageSource), streams))
+        return std::unexpected(ExitStatus::usage);
     const QString exiftool = parser.value(options.exiftool);
     auto source = std::make_shared<ImageDataSource>([exiftool] {
         auto reader = std::make_unique<MetadataReader>();

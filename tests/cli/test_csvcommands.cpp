@@ -147,6 +147,12 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
         {"bad_style", base + QStringList{"--match", "fuzzy", m_dir.path()}, 2,
          "unknown matching style 'fuzzy'"},
         {"no_paths", base, 2, "at least one image"},
+        {"missing_folder", base + QStringList{m_dir.filePath("shot")}, 2,
+         "no such file or folder: "},
+        {"missing_file_to_read",
+         {"read", m_dir.filePath("shoot/B3.jpg")},
+         2,
+         "no such file or folder: "},
         {"bad_mappings",
          {"assign", "--dry-run", "--mappings",
           write(
