@@ -6,6 +6,7 @@
 #include "sourceoptions.h"
 
 #include "captureone/captureoneadjustmentwriter.h"
+#include "extensions/interruption.h"
 #include "extensions/jsonfile.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadataqueue.h"
@@ -52,6 +53,29 @@ std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& p
     return MetadataMapping::decodeList(*json);
 }
 
+// exiftool's warnings, then the outcome with its counts: the closing line
+// on stdout after a success, the error and the counts on stderr after a
+// failure.
+ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& report,
+                  Streams& streams)
+{
+    for (const QString& warning : report.warnings)
+        printError(streams, warning);
+    const QString counts = report.countsText();
+    if (!outcome) {
+        printError(streams, outcome.error());
+        if (!counts.isEmpty())
+            printError(streams, counts);
+        return isInterrupted() ? ExitStatus::interrupted : ExitStatus::failure;
+    }
+    streams.out << *outcome;
+    if (!counts.isEmpty())
+        streams.out << ' ' << counts << '.';
+    streams.out << '\n';
+    streams.out.flush();
+    return ExitStatus::success;
+}
+
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
 ExitStatus write(const ExifImages& images, Method method, const QString& exiftool, Streams& streams)
@@ -62,19 +86,19 @@ ExitStatus write(const ExifImages& images, Method method, const QString& exiftoo
     queue.setCaptureOneWriter(std::make_shared<CaptureOneAdjustmentWriter>());
     queue.enqueue(images);
     std::optional<MetadataQueue::WriteResult> outcome;
+    WriteReport written;
     QEventLoop loop;
+    QObject::connect(&queue, &MetadataQueue::waitingForWriter, &loop, [&streams] {
+        printError(streams, QStringLiteral("waiting for another Quillbrook write to finish\u2026"));
+    });
+    QObject::connect(&queue, &MetadataQueue::writeReported, &loop,
+                     [&written](const WriteReport& said) { written = said; });
     queue.write([&](const MetadataQueue::WriteResult& result) {
         outcome = result;
         loop.quit();
     });
     loop.exec();
-    if (!*outcome) {
-        printError(streams, outcome->error());
-        return ExitStatus::failure;
-    }
-    streams.out << **outcome << '\n';
-    streams.out.flush();
-    return ExitStatus::success;
+    return report(*outcome, written, streams);
 }
 
 // What would go out: exiftool's JSON batch, or for Capture One each group's

@@ -12,8 +12,10 @@
 
 namespace qb::cli {
 
-// Exit statuses that scripts rely on.
-enum class ExitStatus { success = 0, failure = 1, usage = 2 };
+// Exit statuses that scripts rely on. A command stopped by a signal, which
+// has said how far it got, answers `interrupted`; the process then exits
+// with 128 plus the signal's number, as a shell reports it.
+enum class ExitStatus { success = 0, failure = 1, usage = 2, interrupted = 128 };
 
 struct Streams {
     QTextStream& out;

@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 
+#include <unistd.h>
+
 using namespace qb::test;
 
 namespace {
@@ -67,7 +69,7 @@ TEST_F(AssignWrite, DirectWriteRoundTripsEveryCharacter)
     // write it asked for, not for the timer.
     const CliResult result = runCli(assign("direct"), {}, {}, 45000);
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
-    EXPECT_EQ(result.out, "Finished writing images.\n");
+    EXPECT_EQ(result.out, "Finished writing images. 3 written, 0 unchanged, 0 failed.\n");
 
     const auto images = readBack({m_dir.filePath("shoot")});
     ASSERT_EQ(images.size(), 4u);
@@ -93,7 +95,8 @@ TEST_F(AssignWrite, XmpWriteLeavesTheImagesAlone)
     }();
     const CliResult result = runCli(assign("xmp"));
     ASSERT_EQ(result.status, 0) << result.err.toStdString();
-    EXPECT_EQ(result.out, "Finished writing XMP sidecar files.\n");
+    EXPECT_EQ(result.out,
+              "Finished writing XMP sidecar files. 3 written, 0 unchanged, 0 failed.\n");
     QFile after(m_dir.filePath("shoot/B2.jpg"));
     ASSERT_TRUE(after.open(QIODevice::ReadOnly));
     EXPECT_EQ(after.readAll(), before);
@@ -103,30 +106,37 @@ TEST_F(AssignWrite, XmpWriteLeavesTheImagesAlone)
     EXPECT_FALSE(QFile::exists(m_dir.filePath("shoot/C3.xmp")));
 }
 
-TEST_F(AssignWrite, WriteLeavesNoPrivateFolderAndRemovesThoseOfEndedProcesses)
+TEST_F(AssignWrite, PrivateFolderIsFreshAndLinksPlantedForItStayUntouched)
 {
-    const QString alive = QString::number(QCoreApplication::applicationPid());
-    const struct {
-        const char* method;
-        const char* other;
-    } cases[] = {{"direct", "xmp"}, {"xmp", "direct"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.method);
+    // Links that someone else could plant in a shared temporary directory
+    // where a folder with a foreseeable name would go: the process ids the
+    // system hands out next.
+    QFile lastPid("/proc/sys/kernel/ns_last_pid");
+    ASSERT_TRUE(lastPid.open(QIODevice::ReadOnly));
+    const int next = lastPid.readAll().trimmed().toInt() + 1;
+    for (const char* method : {"direct", "xmp"}) {
+        SCOPED_TRACE(method);
         QTemporaryDir temp;
-        const auto folder = [&](const QString& pid, const char* method) {
-            return QStringLiteral("quillbrook-%1-%2").arg(pid, QLatin1String(method));
-        };
-        // 99999999 is above any process id the system hands out.
-        writeFile(temp.filePath(folder("99999999", c.method) + "/QuillbrookMetadata.json"), "[]");
-        QDir().mkpath(temp.filePath(folder(alive, c.method)));
-        QDir().mkpath(temp.filePath(folder("99999999", c.other)));
+        QTemporaryDir elsewhere;
+        QStringList planted;
+        for (int pid = next; pid < next + 2000; ++pid) {
+            planted << QStringLiteral("quillbrook-%1-%2").arg(pid).arg(method);
+            ASSERT_TRUE(QFile::link(elsewhere.path(), temp.filePath(planted.last())));
+        }
+        planted << "quillbrook-AAAAAA";
+        ASSERT_TRUE(QFile::link(elsewhere.path(), temp.filePath(planted.last())));
 
-        const CliResult result =
-            runCli(assign(c.method), {}, {}, 120000, {"TMPDIR=" + temp.path()});
+        const CliResult result = runCli(assign(method), {}, {}, 120000, {"TMPDIR=" + temp.path()});
         ASSERT_EQ(result.status, 0) << result.err.toStdString();
-        QStringList kept{folder(alive, c.method), folder("99999999", c.other)};
-        kept.sort();
-        EXPECT_EQ(QDir(temp.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), kept);
+        planted.sort();
+        QStringList left =
+            QDir(temp.path())
+                .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System | QDir::Hidden);
+        left.removeAll(QStringLiteral("quillbrook-%1-write.lock").arg(::getuid())); // empty
+        left.sort();
+        EXPECT_EQ(left, planted); // nothing of the write stays behind
+        EXPECT_EQ(QFileInfo(temp.filePath(planted.first())).symLinkTarget(), elsewhere.path());
+        EXPECT_TRUE(QDir(elsewhere.path()).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot));
     }
 }
 
