@@ -12,6 +12,7 @@
 #include "kit/metadataqueue.h"
 #include "kit/preferences.h"
 #include "kit/urlimageprovider.h"
+#include "kit/writechecks.h"
 
 #include <QEventLoop>
 
@@ -119,6 +120,33 @@ void printDryRun(const ExifImages& images, Method method, Streams& streams)
     streams.out.flush();
 }
 
+// The exiftool a write would run, which the checks ask for its tags.
+QString exiftoolFor(const QString& given)
+{
+    if (!given.isEmpty())
+        return absolutePath(given);
+    return MetadataQueue::bundleExifToolPath().value_or(installedExiftoolPath());
+}
+
+// Refuses what exiftool would write wrongly, and tells what it would leave
+// out, before anything is written; a dry run tells the same.
+std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method method,
+                                             const QString& exiftool, Streams& streams)
+{
+    if (method == Method::captureOne || images.empty())
+        return std::nullopt;
+    const auto writable =
+        WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
+    if (auto checked = checkBatch(images, writable.get()); !checked) {
+        printError(streams, checked.error());
+        return ExitStatus::usage;
+    }
+    if (const QStringList left = tagsSidecarsCantHold(images);
+        method == Method::xmp && !left.isEmpty())
+        printError(streams, sidecarWarning(left));
+    return std::nullopt;
+}
+
 } // namespace
 
 ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
@@ -175,9 +203,15 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         mappings = std::move(*read);
     }
 
+    for (const QString& warning : missingColumnWarnings(mappings, source->dataSource->keyNames()))
+        printError(streams, warning);
+
     const URLImageProvider provider(fileUrls(parser.positionalArguments()),
                                     !parser.isSet(sourceOptions.noRecursive));
     const ExifImages images = mapImages(provider, *source->dataSource, mappings);
+    const QString exiftool = parser.value(sourceOptions.exiftool);
+    if (const auto refused = checkBeforeWriting(images, method, exiftool, streams))
+        return *refused;
     if (parser.isSet(options.dryRun)) {
         printDryRun(images, method, streams);
         return ExitStatus::success;
@@ -187,7 +221,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("no image matched a row; nothing was written"));
         return ExitStatus::success;
     }
-    return write(images, method, parser.value(sourceOptions.exiftool), streams);
+    return write(images, method, exiftool, streams);
 }
 
 } // namespace qb::cli

@@ -237,6 +237,12 @@ void MetadataQueue::setWriterLockPath(const QString& path)
     m_writerLockPath = path;
 }
 
+void MetadataQueue::setWritableTags(WritableTagsCache* cache)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_writableTags = cache;
+}
+
 void MetadataQueue::invalidateTimer()
 {
     qbPrint(QStringLiteral("Invalidating timer with %1 queued items").arg(imageCount()));

@@ -9,6 +9,7 @@
 #include "kit/writerlock.h"
 
 #include "exif/metadatamanager.h"
+#include "exif/writabletags.h"
 #include "extensions/error.h"
 
 #include <QDateTime>
@@ -92,6 +93,9 @@ public:
     QString exiftoolLocation() const;
     // The file whose lock keeps writes apart; for tests.
     void setWriterLockPath(const QString& path);
+    // Where a write learns which tags exiftool can write; null lets every
+    // tag through. The process-wide cache unless set.
+    void setWritableTags(WritableTagsCache* cache);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
                    std::vector<MetadataMapping> mappings);
@@ -144,6 +148,7 @@ private:
     QString m_exiftoolLocation;
     std::shared_ptr<CaptureOneWriter> m_captureOneWriter;
     QString m_writerLockPath = WriterLock::defaultPath();
+    WritableTagsCache* m_writableTags = &WritableTagsCache::shared();
     // Set when the queue goes, so that a write waiting for the lock gives up.
     std::atomic<bool> m_stopping = false;
     std::atomic<bool> m_waitingForWriter = false;

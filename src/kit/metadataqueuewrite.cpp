@@ -3,6 +3,8 @@
 // main thread.
 #include "metadataqueue.h"
 
+#include "kit/writechecks.h"
+
 #include "extensions/interruption.h"
 #include "extensions/log.h"
 
@@ -160,9 +162,18 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         return;
     }
     QString lockPath;
+    WritableTagsCache* writableTags = nullptr;
     {
         const QMutexLocker locker(&m_settingsMutex);
         lockPath = m_writerLockPath;
+        writableTags = m_writableTags;
+    }
+    const auto writable =
+        writableTags ? writableTags->tagsOf(exiftoolLocation(), m_exifWriter->exiftool().config())
+                     : nullptr;
+    if (auto checked = checkBatch(imagesOf(batch), writable.get()); !checked) {
+        continuation(std::unexpected(checked.error()), {});
+        return;
     }
     const auto lock = WriterLock(lockPath).acquire(
         [this] { announceWaiting(); }, [this] { return m_stopping || isInterrupted(); });

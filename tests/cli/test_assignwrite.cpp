@@ -20,11 +20,7 @@ protected:
     {
         for (const char* name : {"A1_1", "A1_2", "B2", "C3"})
             makeJpeg(m_dir.filePath("shoot/" + QString::fromLatin1(name) + ".jpg"));
-        m_csv = write(
-            "data.csv",
-            "Shot,Title,Keywords\n"
-            "A1,\"Quote \"\"q\"\", comma, back\\\\slash\nline two \xe6\x97\xa5\xe6\x9c\xac\",a;b\n"
-            "B2,Plain,solo\n");
+        m_csv = write("data.csv", m_csvBytes);
         m_mappings = write("mappings.json", R"([
             {"keyName":"Title","destTag":"XMP-dc:Title","actions":{"mappers":[]}},
             {"keyName":"Keywords","destTag":"XMP-dc:Subject","actions":{"mappers":[
@@ -58,6 +54,10 @@ protected:
         return byName;
     }
 
+    const QByteArray m_csvBytes =
+        "Shot,Title,Keywords\n"
+        "A1,\"Quote \"\"q\"\", comma, back\\\\slash\nline two \xe6\x97\xa5\xe6\x9c\xac\",a;b\n"
+        "B2,Plain,solo\n";
     QTemporaryDir m_dir;
     QString m_csv;
     QString m_mappings;
@@ -137,6 +137,101 @@ TEST_F(AssignWrite, PrivateFolderIsFreshAndLinksPlantedForItStayUntouched)
         EXPECT_EQ(left, planted); // nothing of the write stays behind
         EXPECT_EQ(QFileInfo(temp.filePath(planted.first())).symLinkTarget(), elsewhere.path());
         EXPECT_TRUE(QDir(elsewhere.path()).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot));
+    }
+}
+
+TEST_F(AssignWrite, WhatWouldBeWrittenWrongIsRefusedOrTold)
+{
+    const auto rule = [](const char* column, const char* tag) {
+        return QStringLiteral(R"({"keyName":"%1","destTag":"%2","actions":{"mappers":[]}})")
+            .arg(QLatin1String(column), QLatin1String(tag));
+    };
+    const QString csv = QString::fromLatin1(m_csvBytes);
+    struct Case {
+        const char* name;
+        const char* method;
+        QStringList rules;
+        QString csv;
+        int status;
+        QString err;
+        QString out;
+        QString titleOfB2; // as read back afterwards
+    };
+    const Case cases[] = {
+        {"misspelled tag",
+         "direct",
+         {rule("Title", "XMP-dc:Titel")},
+         csv,
+         2,
+         "exiftool doesn\u2019t know \u201cXMP-dc:Titel\u201d as a tag it can write. Nothing was "
+         "written.",
+         "",
+         ""},
+        {"column not in the data",
+         "direct",
+         {rule("Titel", "XMP-dc:Title"), rule("Keywords", "XMP-dc:Subject")},
+         csv,
+         0,
+         "The rule for \u201cTitel\u201d writes nothing: the data has no column of that name.",
+         "Finished writing images. 3 written, 0 unchanged, 0 failed.\n",
+         ""},
+        {"value exiftool passes over",
+         "direct",
+         {rule("Title", "XMP-xmp:Rating")},
+         csv,
+         0,
+         "",
+         "Finished writing images. 0 written, 3 unchanged, 0 failed.\n",
+         ""},
+        {"tag a sidecar can't hold",
+         "xmp",
+         {rule("Title", "XMP-dc:Title"), rule("Keywords", "IPTC:Keywords")},
+         csv,
+         0,
+         "XMP sidecars can\u2019t hold IPTC:Keywords: left out.",
+         "Finished writing XMP sidecar files. 3 written, 0 unchanged, 0 failed.\n",
+         "Plain"},
+        {"literal base64",
+         "direct",
+         {rule("Title", "XMP-dc:Title")},
+         "Shot,Title\nB2,base64:aGVsbG8=\n",
+         0,
+         "",
+         "Finished writing images. 1 written, 0 unchanged, 0 failed.\n",
+         "base64:aGVsbG8="},
+        {"NUL in a value",
+         "direct",
+         {rule("Title", "XMP-dc:Title")},
+         QStringLiteral("Shot,Title\nB2,one") + QChar(0) + "two\n",
+         2,
+         "The value of XMP-dc:Title for \u201cB2.jpg\u201d holds a NUL character.",
+         "",
+         ""},
+    };
+    int number = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString folder = QStringLiteral("case%1").arg(++number);
+        for (const char* name : {"A1_1", "A1_2", "B2"})
+            makeJpeg(m_dir.filePath(folder + "/" + QLatin1String(name) + ".jpg"));
+        const QString mappings = write(folder + ".json", ('[' + c.rules.join(',') + ']').toUtf8());
+        const QString data = write(folder + ".csv", c.csv.toUtf8());
+        // clang-format off
+        const CliResult result = runCli({"assign", "--method", c.method, "--exiftool",
+            "/usr/bin/exiftool", "--mappings", mappings, "--csv", data, "--key", "Shot",
+            m_dir.filePath(folder)});
+        // clang-format on
+        EXPECT_EQ(result.status, c.status) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(c.err)) << result.err.toStdString();
+        EXPECT_EQ(result.out, c.out);
+        const QString sidecar = m_dir.filePath(folder + "/B2.xmp");
+        const auto b2 =
+            readBack({QFile::exists(sidecar) ? sidecar : m_dir.filePath(folder + "/B2.jpg")});
+        // exiftool's JSON answers a text that begins with "base64:" in that form.
+        QString title = b2.begin()->second["XMP:Title"].toString();
+        if (title.startsWith("base64:"))
+            title = QString::fromUtf8(QByteArray::fromBase64(title.mid(7).toLatin1()));
+        EXPECT_EQ(title, c.titleOfB2);
     }
 }
 
