@@ -8,6 +8,7 @@
 #include "captureone/captureoneadjustmentwriter.h"
 #include "extensions/interruption.h"
 #include "extensions/jsonfile.h"
+#include "kit/matchfindings.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadataqueue.h"
 #include "kit/preferences.h"
@@ -29,6 +30,10 @@ struct AssignOptions {
                                 QStringLiteral("FILE")};
     QCommandLineOption dryRun{QStringLiteral("dry-run"),
                               QStringLiteral("Print what would be written; write nothing.")};
+    QCommandLineOption strict{QStringLiteral("strict"),
+                              QStringLiteral("Write nothing, and exit with status 2, when an image "
+                                             "matches more than one row or a row with an empty "
+                                             "key matches every image.")};
     QCommandLineOption method{QStringLiteral("method"),
                               QStringLiteral("direct, xmp or captureone (default: the "
                                              "write method of the preferences)."),
@@ -120,6 +125,18 @@ void printDryRun(const ExifImages& images, Method method, Streams& streams)
     streams.out.flush();
 }
 
+// Tells where rows tie to the images ambiguously; with --strict that ends
+// the run before anything is written.
+std::optional<ExitStatus> tellFindings(const MatchFindings& findings, bool strict, Streams& streams)
+{
+    for (const QString& line : findings.lines())
+        printError(streams, line);
+    if (!strict || findings.isEmpty())
+        return std::nullopt;
+    printError(streams, findings.strictError());
+    return ExitStatus::usage;
+}
+
 // The exiftool a write would run, which the checks ask for its tags.
 QString exiftoolFor(const QString& given)
 {
@@ -158,7 +175,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions({options.mappings, options.dryRun, options.method});
+    parser.addOptions({options.mappings, options.dryRun, options.strict, options.method});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
@@ -206,8 +223,15 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     for (const QString& warning : missingColumnWarnings(mappings, source->dataSource->keyNames()))
         printError(streams, warning);
 
-    const URLImageProvider provider(fileUrls(parser.positionalArguments()),
-                                    !parser.isSet(sourceOptions.noRecursive));
+    // The folders are searched once; the findings and the mapping see the
+    // same images.
+    const URLListProvider provider(URLImageProvider(fileUrls(parser.positionalArguments()),
+                                                    !parser.isSet(sourceOptions.noRecursive))
+                                       .images());
+    if (const auto stopped =
+            tellFindings(MatchFindings::find(*source->dataSource, provider.images()),
+                         parser.isSet(options.strict), streams))
+        return *stopped;
     const ExifImages images = mapImages(provider, *source->dataSource, mappings);
     const QString exiftool = parser.value(sourceOptions.exiftool);
     if (const auto refused = checkBeforeWriting(images, method, exiftool, streams))

@@ -235,6 +235,40 @@ TEST_F(AssignWrite, WhatWouldBeWrittenWrongIsRefusedOrTold)
     }
 }
 
+TEST_F(AssignWrite, AmbiguousRowsAreToldAndStrictWritesNothing)
+{
+    for (const char* name : {"S12_0001", "S1_0002", "T9"})
+        makeJpeg(m_dir.filePath("overlap/" + QString::fromLatin1(name) + ".jpg"));
+    // A totals row, whose key cell is blank, and a key that begins another.
+    const QString csv = write("overlap.csv", "Shot,Title\nS1,one\nS12,twelve\n,\n");
+    const QStringList lines{
+        "A row with an empty key matches every image under \u201cbegins with\u201d",
+        "S12_0001.jpg matched 2 rows: S1, S12"};
+    const struct {
+        const char* name;
+        QStringList options;
+        int status;
+        bool written;
+    } cases[] = {{"dry run", {"--dry-run"}, 0, false},
+                 {"strict", {"--strict"}, 2, false},
+                 {"told", {}, 0, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const CliResult result =
+            runCli(QStringList{"assign", "--method", "direct", "--exiftool", "/usr/bin/exiftool",
+                               "--mappings", m_mappings, "--csv", csv, "--key", "Shot"} +
+                   c.options + QStringList{m_dir.filePath("overlap")});
+        EXPECT_EQ(result.status, c.status) << result.err.toStdString();
+        for (const QString& line : lines)
+            EXPECT_TRUE(result.err.contains(line)) << result.err.toStdString();
+        // The merge rule stands: every image gets a row, and S12_0001 one
+        // of the two titles.
+        const auto images = readBack({m_dir.filePath("overlap")});
+        EXPECT_EQ(images.at("S12_0001.jpg").contains("XMP:Title"), c.written);
+        EXPECT_EQ(result.out.startsWith("Finished writing images. 3 written"), c.written);
+    }
+}
+
 TEST_F(AssignWrite, FailuresExitWithStatusOneAndTheirTexts)
 {
     QStringList missing = assign("direct");
