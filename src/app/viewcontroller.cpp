@@ -11,6 +11,7 @@
 #include "widgets/fileandfolderdialog.h"
 
 #include "documents/mappingsdoc.h"
+#include "kit/matchfindings.h"
 #include "kit/preferences.h"
 #include "kit/shotlistcoordinator.h"
 
@@ -115,7 +116,7 @@ QWidget* ViewController::buildImageBar()
     imageWarningButton = new QToolButton(imageDropTarget);
     imageWarningButton->setObjectName(QStringLiteral("imageWarningButton"));
     imageWarningButton->setIcon(style()->standardIcon(QStyle::SP_MessageBoxWarning));
-    imageWarningButton->setAccessibleName(QStringLiteral("Images that will be left out"));
+    imageWarningButton->setAccessibleName(QStringLiteral("Warnings about the images"));
     imageWarningButton->setToolTip(imageWarningButton->accessibleName());
     imageWarningButton->setAutoRaise(true);
     imageStatusButton = new QPushButton(QStringLiteral("Shot List\u2026"), imageDropTarget);
@@ -283,7 +284,18 @@ void ViewController::refreshImageDisplay()
     actionButton->show();
     const bool ready = m_datasourceView && m_datasourceView->isReady();
     actionButton->setEnabled(!m_working && !m_validatedImages->validImages.isEmpty() && ready);
-    imageWarningButton->setVisible(m_validatedImages->invalidCount != 0);
+    m_matchFindings = findMatchFindings(m_validatedImages->validImages);
+    imageWarningButton->setVisible(m_validatedImages->invalidCount != 0 ||
+                                   !m_matchFindings.isEmpty());
+}
+
+QStringList ViewController::findMatchFindings(const QList<QUrl>& images) const
+{
+    if (!m_datasourceView || !m_datasourceView->isReady())
+        return {};
+    const auto source =
+        std::dynamic_pointer_cast<FileNameDataSource>(m_datasourceView->dataSource());
+    return source ? MatchFindings::find(*source, images).lines() : QStringList();
 }
 
 void ViewController::rebuildCriteria()
@@ -378,13 +390,20 @@ void ViewController::dropImages(const QList<QUrl>& urls)
     refreshImageDisplay();
 }
 
-void ViewController::showImageWarning()
+ImageWarningViewController* ViewController::showImageWarning()
 {
+    // What exiftool can't write, then how the rows tie to the images.
+    QStringList parts;
+    if (m_validatedImages && m_validatedImages->message)
+        parts << *m_validatedImages->message;
+    if (!m_matchFindings.isEmpty())
+        parts << m_matchFindings.join(QLatin1Char('\n'));
     std::optional<QString> text;
-    if (m_validatedImages)
-        text = m_validatedImages->message;
+    if (!parts.isEmpty())
+        text = parts.join(QStringLiteral("\n\n"));
     auto* warning = new ImageWarningViewController(imageWarningButton, text);
     warning->popUp();
+    return warning;
 }
 
 ShotlistViewController* ViewController::showShotlist()

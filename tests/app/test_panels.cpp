@@ -4,6 +4,7 @@
 #include "app/appdelegate.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/imagedatasoucecontroller.h"
+#include "app/imagewarningviewcontroller.h"
 
 #include "widgets/pathcontrol.h"
 
@@ -145,6 +146,35 @@ TEST_F(CSVPanelTest, TheWriteMethodDecidesWhichImagesAreLeftOut)
     // Sidecars take any file; every open window follows the preference.
     m_preferences.setWriteMethodValue(1);
     EXPECT_FALSE(controller().imageWarningButton->isVisible());
+}
+
+TEST_F(CSVPanelTest, RowsThatTieAmbiguouslyShowBesideTheImageWarning)
+{
+    const struct {
+        const char* name;
+        QByteArray csv;
+        QString warning; // none when empty
+    } cases[] = {
+        {"totals row and overlapping keys", "Shot,Title,Keywords\nA1,one,\nA12,twelve,\n,,\n",
+         "A row with an empty key matches every image under \u201cbegins with\u201d: its values "
+         "go to every image, also to those without a row of their own.\n"
+         "A12_1.jpg matched 2 rows: A1, A12"},
+        {"one row each", "Shot,Title,Keywords\nA12,twelve,\nB9,nine,\n", ""},
+    };
+    // Sidecars take every file: only the rows can be the reason.
+    m_preferences.setWriteMethodValue(1);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        openWindow(writePackage(titleRow, "csvsource", c.csv));
+        controller().dropImages({QUrl::fromLocalFile(makeJpeg(path("shoot/A12_1.jpg"))),
+                                 QUrl::fromLocalFile(makeJpeg(path("shoot/B9.jpg")))});
+        EXPECT_EQ(controller().imageWarningButton->isVisible(), !c.warning.isEmpty());
+        if (c.warning.isEmpty())
+            continue;
+        ImageWarningViewController* popup = controller().showImageWarning();
+        EXPECT_EQ(popup->warningTextField()->text(), c.warning);
+        popup->close();
+    }
 }
 
 TEST_F(CSVPanelTest, OneWindowPerPackageAndTheHelpPages)
