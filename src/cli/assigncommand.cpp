@@ -63,11 +63,13 @@ std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& p
 // on stdout after a success, the error and the counts on stderr after a
 // failure.
 ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& report,
-                  Streams& streams)
+                  qsizetype leftOut, Streams& streams)
 {
     for (const QString& warning : report.warnings)
         printError(streams, warning);
-    const QString counts = report.countsText();
+    QString counts = report.countsText();
+    if (leftOut > 0 && !counts.isEmpty())
+        counts += QStringLiteral(", %1 left out").arg(leftOut);
     if (!outcome) {
         printError(streams, outcome.error());
         if (!counts.isEmpty())
@@ -84,7 +86,8 @@ ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& 
 
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
-ExitStatus write(const ExifImages& images, Method method, const QString& exiftool, Streams& streams)
+ExitStatus write(const ExifImages& images, Method method, const QString& exiftool,
+                 qsizetype leftOut, Streams& streams)
 {
     MetadataQueue& queue = MetadataQueue::shared(method);
     if (!exiftool.isEmpty())
@@ -104,7 +107,7 @@ ExitStatus write(const ExifImages& images, Method method, const QString& exiftoo
         loop.quit();
     });
     loop.exec();
-    return report(*outcome, written, streams);
+    return report(*outcome, written, leftOut, streams);
 }
 
 // What would go out: exiftool's JSON batch, or for Capture One each group's
@@ -225,9 +228,12 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
 
     // The folders are searched once; the findings and the mapping see the
     // same images.
-    const URLListProvider provider(URLImageProvider(fileUrls(parser.positionalArguments()),
-                                                    !parser.isSet(sourceOptions.noRecursive))
-                                       .images());
+    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
+                                                !parser.isSet(sourceOptions.noRecursive))
+                                   .search();
+    for (const QString& path : found.leftOut)
+        printError(streams, QStringLiteral("left out, as its name isn\u2019t UTF-8: %1").arg(path));
+    const URLListProvider provider(found.images);
     if (const auto stopped =
             tellFindings(MatchFindings::find(*source->dataSource, provider.images()),
                          parser.isSet(options.strict), streams))
@@ -245,7 +251,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("no image matched a row; nothing was written"));
         return ExitStatus::success;
     }
-    return write(images, method, exiftool, streams);
+    return write(images, method, exiftool, found.leftOut.size(), streams);
 }
 
 } // namespace qb::cli

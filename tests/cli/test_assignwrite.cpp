@@ -8,6 +8,7 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 using namespace qb::test;
@@ -267,6 +268,39 @@ TEST_F(AssignWrite, AmbiguousRowsAreToldAndStrictWritesNothing)
         EXPECT_EQ(images.at("S12_0001.jpg").contains("XMP:Title"), c.written);
         EXPECT_EQ(result.out.startsWith("Finished writing images. 3 written"), c.written);
     }
+}
+
+TEST_F(AssignWrite, ImagesWhoseNamesAreNotUtf8AreListedAsLeftOut)
+{
+    const QByteArray shoot = QFile::encodeName(m_dir.filePath("shoot"));
+    const struct {
+        QByteArray name;
+        const char* listed; // as listed; empty when it isn't an image
+    } files[] = {
+        {"B2\xe9.jpg", "/B2\\xE9.jpg"},
+        {"A1_\xff\xfe.JPG", "/A1_\\xFF\\xFE.JPG"},
+        {"caf\xc3\xa9\xe9.tif", "/caf\u00e9\\xE9.tif"},
+        {"notes\xe9.txt", ""},
+    };
+    for (const auto& file : files) {
+        const int fd = ::open((shoot + '/' + file.name).constData(), O_CREAT | O_WRONLY, 0600);
+        ASSERT_GE(fd, 0);
+        ::close(fd);
+    }
+    const CliResult result = runCli(assign("direct"));
+    ASSERT_EQ(result.status, 0) << result.err.toStdString();
+    for (const auto& file : files) {
+        if (!*file.listed)
+            continue;
+        SCOPED_TRACE(file.name.toStdString());
+        EXPECT_TRUE(result.err.contains("left out, as its name isn\u2019t UTF-8: " +
+                                        m_dir.filePath("shoot") + QString::fromUtf8(file.listed)))
+            << result.err.toStdString();
+    }
+    EXPECT_FALSE(result.err.contains("notes")); // not an image
+    // The walk went on past them: every image with a row was written.
+    EXPECT_EQ(result.out,
+              "Finished writing images. 3 written, 0 unchanged, 0 failed, 3 left out.\n");
 }
 
 TEST_F(AssignWrite, FailuresExitWithStatusOneAndTheirTexts)
