@@ -286,7 +286,7 @@ void ViewController::refreshImageDisplay()
     actionButton->setEnabled(!m_working && !m_validatedImages->validImages.isEmpty() && ready);
     m_matchFindings = findMatchFindings(m_validatedImages->validImages);
     imageWarningButton->setVisible(m_validatedImages->invalidCount != 0 ||
-                                   !m_matchFindings.isEmpty());
+                                   !m_matchFindings.isEmpty() || !m_leftOutImages.isEmpty());
 }
 
 QStringList ViewController::findMatchFindings(const QList<QUrl>& images) const
@@ -370,7 +370,7 @@ FileAndFolderDialog& ViewController::openPanel()
             qbPrint(QStringLiteral("Opening %1 images").arg(chosen.size()));
             m_provider->setRecursive(m_includeSubdirsCheck->checkState() != Qt::Unchecked);
             m_provider->setURLs(chosen);
-            m_provider->expandURLs();
+            m_leftOutImages = m_provider->expandURLs();
             qbLog(
                 QStringLiteral("Image provider now has %1 images").arg(m_provider->urls().size()));
             refreshImageDisplay();
@@ -386,22 +386,36 @@ void ViewController::selectImagesAction()
 
 void ViewController::dropImages(const QList<QUrl>& urls)
 {
-    m_provider->setURLs(ImageValidator::expandDroppedURLs(urls, false));
+    const FolderSearch found = ImageValidator::expandDropped(urls, false);
+    m_leftOutImages = found.leftOut;
+    m_provider->setURLs(found.images);
     refreshImageDisplay();
+}
+
+QString ViewController::imageWarningText() const
+{
+    // What exiftool can't write, what couldn't be named, then how the rows
+    // tie to the images.
+    QStringList parts;
+    if (m_validatedImages && m_validatedImages->message)
+        parts << *m_validatedImages->message;
+    if (!m_leftOutImages.isEmpty()) {
+        QStringList names = m_leftOutImages.mid(0, MatchFindings::lineLimit);
+        if (const qsizetype rest = m_leftOutImages.size() - names.size(); rest > 0)
+            names << QStringLiteral("\u2026 and %1 more").arg(rest);
+        parts << QStringLiteral("Left out, as their names aren\u2019t UTF-8:\n") +
+                     names.join(QLatin1Char('\n'));
+    }
+    if (!m_matchFindings.isEmpty())
+        parts << m_matchFindings.join(QLatin1Char('\n'));
+    return parts.join(QStringLiteral("\n\n"));
 }
 
 ImageWarningViewController* ViewController::showImageWarning()
 {
-    // What exiftool can't write, then how the rows tie to the images.
-    QStringList parts;
-    if (m_validatedImages && m_validatedImages->message)
-        parts << *m_validatedImages->message;
-    if (!m_matchFindings.isEmpty())
-        parts << m_matchFindings.join(QLatin1Char('\n'));
-    std::optional<QString> text;
-    if (!parts.isEmpty())
-        text = parts.join(QStringLiteral("\n\n"));
-    auto* warning = new ImageWarningViewController(imageWarningButton, text);
+    const QString text = imageWarningText();
+    auto* warning = new ImageWarningViewController(
+        imageWarningButton, text.isEmpty() ? std::nullopt : std::optional<QString>(text));
     warning->popUp();
     return warning;
 }

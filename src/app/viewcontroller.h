@@ -125,6 +125,7 @@ private:
                      int count);
     FileAndFolderDialog& openPanel();
     QStringList findMatchFindings(const QList<QUrl>& images) const;
+    QString imageWarningText() const;
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
@@ -136,6 +137,8 @@ private:
     std::shared_ptr<URLImageProvider> m_provider;
     std::optional<ImageValidator::ValidatedImages> m_validatedImages;
     QStringList m_matchFindings;
+    // Images of the last drop or choice left out, as their names aren't UTF-8.
+    QStringList m_leftOutImages;
     QLabel* m_statusLabel;
     QTimer* m_statusTimer;
     QPointer<FileAndFolderDialog> m_openPanel;
