@@ -129,6 +129,8 @@ private:
                      const Continuation& continuation);
     void finishWrite(const WriteResult& result, const WriteReport& report, const QDateTime& start,
                      const ImageMap& batch, const Completion& completion);
+    std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;
+    void takeWritten(const ImageMap& batch);
     void announceWaiting();
 
     WriteMethod m_writeMethod;

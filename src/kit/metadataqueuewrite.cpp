@@ -161,19 +161,14 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         continuation(interrupted, {});
         return;
     }
+    if (auto checked = checkBeforeWriting(batch); !checked) {
+        continuation(std::unexpected(checked.error()), {});
+        return;
+    }
     QString lockPath;
-    WritableTagsCache* writableTags = nullptr;
     {
         const QMutexLocker locker(&m_settingsMutex);
         lockPath = m_writerLockPath;
-        writableTags = m_writableTags;
-    }
-    const auto writable =
-        writableTags ? writableTags->tagsOf(exiftoolLocation(), m_exifWriter->exiftool().config())
-                     : nullptr;
-    if (auto checked = checkBatch(imagesOf(batch), writable.get()); !checked) {
-        continuation(std::unexpected(checked.error()), {});
-        return;
     }
     const auto lock = WriterLock(lockPath).acquire(
         [this] { announceWaiting(); }, [this] { return m_stopping || isInterrupted(); });
@@ -195,6 +190,20 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         return;
     }
     runExiftool(sidecars, batch, folder.path(), continuation);
+}
+
+std::expected<void, Error> MetadataQueue::checkBeforeWriting(const ImageMap& batch) const
+{
+    WritableTagsCache* writableTags = nullptr;
+    {
+        const QMutexLocker locker(&m_settingsMutex);
+        writableTags = m_writableTags;
+    }
+    // The command line has checked already; this holds for every front end.
+    const auto writable =
+        writableTags ? writableTags->tagsOf(exiftoolLocation(), m_exifWriter->exiftool().config())
+                     : nullptr;
+    return checkBatch(imagesOf(batch), writable.get());
 }
 
 void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QString& folder,
@@ -240,32 +249,36 @@ void MetadataQueue::finishWrite(const WriteResult& result, const WriteReport& re
     QMetaObject::invokeMethod(
         this,
         [this, result, report, start, batch, completion] {
-            if (result) {
-                // Only what this write took leaves the queue: an image that
-                // arrived, or arrived again, while exiftool ran stays.
-                int taken = 0;
-                {
-                    const QMutexLocker locker(&m_imagesMutex);
-                    for (const auto& [url, image] : batch) {
-                        const auto it = m_imageQueue.find(url);
-                        if (it != m_imageQueue.end() && it->second == image) {
-                            m_imageQueue.erase(it);
-                            ++taken;
-                        }
-                    }
-                }
-                qbPrint(QStringLiteral("Clearing queue with %1 items").arg(taken));
-                if (imageCount() > 0)
-                    createTimer();
-                else
-                    invalidateTimer();
-            }
+            if (result)
+                takeWritten(batch);
             const double seconds = double(start.msecsTo(m_clock())) / 1000.0;
             qbLog(QStringLiteral("Write finished after %1 seconds").arg(seconds));
             emit writeReported(report);
             completion(result);
         },
         Qt::QueuedConnection);
+}
+
+void MetadataQueue::takeWritten(const ImageMap& batch)
+{
+    // Only what the write took leaves the queue: an image that arrived, or
+    // arrived again, while exiftool ran stays.
+    int taken = 0;
+    {
+        const QMutexLocker locker(&m_imagesMutex);
+        for (const auto& [url, image] : batch) {
+            const auto it = m_imageQueue.find(url);
+            if (it != m_imageQueue.end() && it->second == image) {
+                m_imageQueue.erase(it);
+                ++taken;
+            }
+        }
+    }
+    qbPrint(QStringLiteral("Clearing queue with %1 items").arg(taken));
+    if (imageCount() > 0)
+        createTimer();
+    else
+        invalidateTimer();
 }
 
 } // namespace qb
