@@ -167,6 +167,89 @@ std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method me
     return std::nullopt;
 }
 
+std::expected<Method, ExitStatus> chosenMethod(const QCommandLineParser& parser,
+                                               const AssignOptions& options, Streams& streams)
+{
+    if (!parser.isSet(options.method)) {
+        Preferences preferences;
+        preferences.registerDefaults();
+        return preferences.writeMethod();
+    }
+    const auto named = writeMethodNamed(parser.value(options.method));
+    if (!named) {
+        printError(streams,
+                   QStringLiteral("unknown write method '%1'; use direct, xmp or captureone")
+                       .arg(parser.value(options.method)));
+        return std::unexpected(ExitStatus::usage);
+    }
+    return *named;
+}
+
+// The rows of --mappings, else the document's; warns of those whose column
+// the data hasn't.
+std::expected<std::vector<MetadataMapping>, ExitStatus>
+chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
+               const LoadedSource& source, Streams& streams)
+{
+    std::vector<MetadataMapping> mappings =
+        source.documentRows.value_or(std::vector<MetadataMapping>{});
+    if (parser.isSet(options.mappings)) {
+        auto read = readMappings(parser.value(options.mappings));
+        if (!read) {
+            printError(streams, read.error());
+            return std::unexpected(ExitStatus::usage);
+        }
+        mappings = std::move(*read);
+    }
+    for (const QString& warning : missingColumnWarnings(mappings, source.dataSource->keyNames()))
+        printError(streams, warning);
+    return mappings;
+}
+
+// The images in the paths, searched once so that the findings and the
+// mapping see the same ones; lists those left out.
+FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions& sourceOptions,
+                          Streams& streams)
+{
+    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
+                                                !parser.isSet(sourceOptions.noRecursive))
+                                   .search();
+    for (const QString& path : found.leftOut)
+        printError(streams, QStringLiteral("left out, as its name isn\u2019t UTF-8: %1").arg(path));
+    return found;
+}
+
+// Maps the images and writes them, or prints what a write would send.
+ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options,
+                  const SourceOptions& sourceOptions, Method method, Streams& streams)
+{
+    auto source = loadSource(parser, sourceOptions, streams);
+    if (!source)
+        return source.error();
+    const auto mappings = chosenMappings(parser, options, *source, streams);
+    if (!mappings)
+        return mappings.error();
+    const FolderSearch found = searchImages(parser, sourceOptions, streams);
+    if (const auto stopped = tellFindings(MatchFindings::find(*source->dataSource, found.images),
+                                          parser.isSet(options.strict), streams))
+        return *stopped;
+    const ExifImages images =
+        mapImages(URLListProvider(found.images), *source->dataSource, *mappings);
+    const QString exiftool = parser.value(sourceOptions.exiftool);
+    if (const auto refused = checkBeforeWriting(images, method, exiftool, streams))
+        return *refused;
+    if (parser.isSet(options.dryRun)) {
+        printDryRun(images, method, streams);
+        return ExitStatus::success;
+    }
+    if (images.empty()) {
+        // Nothing to hand to exiftool, which would only fail on an empty batch.
+        printError(streams, QStringLiteral("no image matched a row; nothing was written"));
+        return ExitStatus::success;
+    }
+    return write(images, method, exiftool, found.leftOut.size(), streams);
+}
+
 } // namespace
 
 ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
@@ -184,19 +267,9 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
         return *status;
 
-    Preferences preferences;
-    preferences.registerDefaults();
-    Method method = preferences.writeMethod();
-    if (parser.isSet(options.method)) {
-        const auto named = writeMethodNamed(parser.value(options.method));
-        if (!named) {
-            printError(streams, QStringLiteral("unknown write method '%1'; use direct, xmp or "
-                                               "captureone")
-                                    .arg(parser.value(options.method)));
-            return ExitStatus::usage;
-        }
-        method = *named;
-    }
+    const auto method = chosenMethod(parser, options, streams);
+    if (!method)
+        return method.error();
     if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
         printError(streams, QStringLiteral("assign needs --mappings or --document; see "
                                            "'assign --help'"));
@@ -208,50 +281,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     }
     if (!allPathsExist(parser.positionalArguments(), streams))
         return ExitStatus::usage;
-
-    auto source = loadSource(parser, sourceOptions, streams);
-    if (!source)
-        return source.error();
-    std::vector<MetadataMapping> mappings =
-        source->documentRows.value_or(std::vector<MetadataMapping>{});
-    if (parser.isSet(options.mappings)) {
-        auto read = readMappings(parser.value(options.mappings));
-        if (!read) {
-            printError(streams, read.error());
-            return ExitStatus::usage;
-        }
-        mappings = std::move(*read);
-    }
-
-    for (const QString& warning : missingColumnWarnings(mappings, source->dataSource->keyNames()))
-        printError(streams, warning);
-
-    // The folders are searched once; the findings and the mapping see the
-    // same images.
-    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
-                                                !parser.isSet(sourceOptions.noRecursive))
-                                   .search();
-    for (const QString& path : found.leftOut)
-        printError(streams, QStringLiteral("left out, as its name isn\u2019t UTF-8: %1").arg(path));
-    const URLListProvider provider(found.images);
-    if (const auto stopped =
-            tellFindings(MatchFindings::find(*source->dataSource, provider.images()),
-                         parser.isSet(options.strict), streams))
-        return *stopped;
-    const ExifImages images = mapImages(provider, *source->dataSource, mappings);
-    const QString exiftool = parser.value(sourceOptions.exiftool);
-    if (const auto refused = checkBeforeWriting(images, method, exiftool, streams))
-        return *refused;
-    if (parser.isSet(options.dryRun)) {
-        printDryRun(images, method, streams);
-        return ExitStatus::success;
-    }
-    if (images.empty()) {
-        // Nothing to hand to exiftool, which would only fail on an empty batch.
-        printError(streams, QStringLiteral("no image matched a row; nothing was written"));
-        return ExitStatus::success;
-    }
-    return write(images, method, exiftool, found.leftOut.size(), streams);
+    return assign(parser, options, sourceOptions, *method, streams);
 }
 
 } // namespace qb::cli
