@@ -11,7 +11,8 @@ class QLabel;
 
 namespace qb {
 
-// Says how many of the images exiftool can't write and that they'll be left out.
+// Says how many of the images exiftool can't write and that they'll be left
+// out, and where the rows tie to the images ambiguously.
 class ImageWarningViewController final : public PopoverPanel {
     Q_OBJECT
 

@@ -11,6 +11,7 @@
 #include "widgets/fileandfolderdialog.h"
 
 #include "documents/mappingsdoc.h"
+#include "kit/matchfindings.h"
 #include "kit/preferences.h"
 #include "kit/shotlistcoordinator.h"
 
@@ -115,7 +116,7 @@ QWidget* ViewController::buildImageBar()
     imageWarningButton = new QToolButton(imageDropTarget);
     imageWarningButton->setObjectName(QStringLiteral("imageWarningButton"));
     imageWarningButton->setIcon(style()->standardIcon(QStyle::SP_MessageBoxWarning));
-    imageWarningButton->setAccessibleName(QStringLiteral("Images that will be left out"));
+    imageWarningButton->setAccessibleName(QStringLiteral("Warnings about the images"));
     imageWarningButton->setToolTip(imageWarningButton->accessibleName());
     imageWarningButton->setAutoRaise(true);
     imageStatusButton = new QPushButton(QStringLiteral("Shot List\u2026"), imageDropTarget);
@@ -283,7 +284,18 @@ void ViewController::refreshImageDisplay()
     actionButton->show();
     const bool ready = m_datasourceView && m_datasourceView->isReady();
     actionButton->setEnabled(!m_working && !m_validatedImages->validImages.isEmpty() && ready);
-    imageWarningButton->setVisible(m_validatedImages->invalidCount != 0);
+    m_matchFindings = findMatchFindings(m_validatedImages->validImages);
+    imageWarningButton->setVisible(m_validatedImages->invalidCount != 0 ||
+                                   !m_matchFindings.isEmpty() || !m_leftOutImages.isEmpty());
+}
+
+QStringList ViewController::findMatchFindings(const QList<QUrl>& images) const
+{
+    if (!m_datasourceView || !m_datasourceView->isReady())
+        return {};
+    const auto source =
+        std::dynamic_pointer_cast<FileNameDataSource>(m_datasourceView->dataSource());
+    return source ? MatchFindings::find(*source, images).lines() : QStringList();
 }
 
 void ViewController::rebuildCriteria()
@@ -358,7 +370,7 @@ FileAndFolderDialog& ViewController::openPanel()
             qbPrint(QStringLiteral("Opening %1 images").arg(chosen.size()));
             m_provider->setRecursive(m_includeSubdirsCheck->checkState() != Qt::Unchecked);
             m_provider->setURLs(chosen);
-            m_provider->expandURLs();
+            m_leftOutImages = m_provider->expandURLs();
             qbLog(
                 QStringLiteral("Image provider now has %1 images").arg(m_provider->urls().size()));
             refreshImageDisplay();
@@ -374,17 +386,38 @@ void ViewController::selectImagesAction()
 
 void ViewController::dropImages(const QList<QUrl>& urls)
 {
-    m_provider->setURLs(ImageValidator::expandDroppedURLs(urls, false));
+    const FolderSearch found = ImageValidator::expandDropped(urls, false);
+    m_leftOutImages = found.leftOut;
+    m_provider->setURLs(found.images);
     refreshImageDisplay();
 }
 
-void ViewController::showImageWarning()
+QString ViewController::imageWarningText() const
 {
-    std::optional<QString> text;
-    if (m_validatedImages)
-        text = m_validatedImages->message;
-    auto* warning = new ImageWarningViewController(imageWarningButton, text);
+    // What exiftool can't write, what couldn't be named, then how the rows
+    // tie to the images.
+    QStringList parts;
+    if (m_validatedImages && m_validatedImages->message)
+        parts << *m_validatedImages->message;
+    if (!m_leftOutImages.isEmpty()) {
+        QStringList names = m_leftOutImages.mid(0, MatchFindings::lineLimit);
+        if (const qsizetype rest = m_leftOutImages.size() - names.size(); rest > 0)
+            names << QStringLiteral("\u2026 and %1 more").arg(rest);
+        parts << QStringLiteral("Left out, as their names aren\u2019t UTF-8:\n") +
+                     names.join(QLatin1Char('\n'));
+    }
+    if (!m_matchFindings.isEmpty())
+        parts << m_matchFindings.join(QLatin1Char('\n'));
+    return parts.join(QStringLiteral("\n\n"));
+}
+
+ImageWarningViewController* ViewController::showImageWarning()
+{
+    const QString text = imageWarningText();
+    auto* warning = new ImageWarningViewController(
+        imageWarningButton, text.isEmpty() ? std::nullopt : std::optional<QString>(text));
     warning->popUp();
+    return warning;
 }
 
 ShotlistViewController* ViewController::showShotlist()

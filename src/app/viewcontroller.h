@@ -75,6 +75,9 @@ public:
         return m_validatedImages;
     }
     QLabel* statusLabel() const { return m_statusLabel; }
+    // Where the rows tie to the images ambiguously, as the last refresh of
+    // the image display found it: shown beside the image warning.
+    const QStringList& matchFindings() const { return m_matchFindings; }
 
     // Actions.
     void selectImagesAction();
@@ -85,7 +88,7 @@ public:
     void exportCaptureFolders(const QUrl& folder);
     // Marks the data source items by the panel in use; always true.
     bool validateUserInterfaceItem(QAction* item) const;
-    void showImageWarning();
+    ImageWarningViewController* showImageWarning();
     ShotlistViewController* showShotlist();
 
     // Replaces the images, as a drop of files and folders does.
@@ -121,6 +124,8 @@ private:
     void finishWrite(const MetadataQueue::WriteResult& result, MetadataQueue::WriteMethod method,
                      int count);
     FileAndFolderDialog& openPanel();
+    QStringList findMatchFindings(const QList<QUrl>& images) const;
+    QString imageWarningText() const;
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
@@ -131,6 +136,9 @@ private:
     bool m_working = false;
     std::shared_ptr<URLImageProvider> m_provider;
     std::optional<ImageValidator::ValidatedImages> m_validatedImages;
+    QStringList m_matchFindings;
+    // Images of the last drop or choice left out, as their names aren't UTF-8.
+    QStringList m_leftOutImages;
     QLabel* m_statusLabel;
     QTimer* m_statusTimer;
     QPointer<FileAndFolderDialog> m_openPanel;

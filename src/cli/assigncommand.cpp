@@ -6,11 +6,14 @@
 #include "sourceoptions.h"
 
 #include "captureone/captureoneadjustmentwriter.h"
+#include "extensions/interruption.h"
 #include "extensions/jsonfile.h"
+#include "kit/matchfindings.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadataqueue.h"
 #include "kit/preferences.h"
 #include "kit/urlimageprovider.h"
+#include "kit/writechecks.h"
 
 #include <QEventLoop>
 
@@ -27,6 +30,10 @@ struct AssignOptions {
                                 QStringLiteral("FILE")};
     QCommandLineOption dryRun{QStringLiteral("dry-run"),
                               QStringLiteral("Print what would be written; write nothing.")};
+    QCommandLineOption strict{QStringLiteral("strict"),
+                              QStringLiteral("Write nothing, and exit with status 2, when an image "
+                                             "matches more than one row or a row with an empty "
+                                             "key matches every image.")};
     QCommandLineOption method{QStringLiteral("method"),
                               QStringLiteral("direct, xmp or captureone (default: the "
                                              "write method of the preferences)."),
@@ -58,10 +65,35 @@ std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& p
     return MetadataMapping::decodeList(*json);
 }
 
+// exiftool's warnings, then the outcome with its counts: the closing line
+// on stdout after a success, the error and the counts on stderr after a
+// failure.
+ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& report,
+                  qsizetype leftOut, Streams& streams)
+{
+    for (const QString& warning : report.warnings)
+        printError(streams, warning);
+    QString counts = report.countsText();
+    if (leftOut > 0 && !counts.isEmpty())
+        counts += QStringLiteral(", %1 left out").arg(leftOut);
+    if (!outcome) {
+        printError(streams, outcome.error());
+        if (!counts.isEmpty())
+            printError(streams, counts);
+        return isInterrupted() ? ExitStatus::interrupted : ExitStatus::failure;
+    }
+    streams.out << *outcome;
+    if (!counts.isEmpty())
+        streams.out << ' ' << counts << '.';
+    streams.out << '\n';
+    streams.out.flush();
+    return ExitStatus::success;
+}
+
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
 ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming,
-                 const QString& exiftool, Streams& streams)
+                 const QString& exiftool, qsizetype leftOut, Streams& streams)
 {
     MetadataQueue& queue = MetadataQueue::shared(method);
     if (!exiftool.isEmpty())
@@ -70,19 +102,19 @@ ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming,
     queue.setCaptureOneWriter(std::make_shared<CaptureOneAdjustmentWriter>());
     queue.enqueue(images);
     std::optional<MetadataQueue::WriteResult> outcome;
+    WriteReport written;
     QEventLoop loop;
+    QObject::connect(&queue, &MetadataQueue::waitingForWriter, &loop, [&streams] {
+        printError(streams, QStringLiteral("waiting for another Quillbrook write to finish\u2026"));
+    });
+    QObject::connect(&queue, &MetadataQueue::writeReported, &loop,
+                     [&written](const WriteReport& said) { written = said; });
     queue.write([&](const MetadataQueue::WriteResult& result) {
         outcome = result;
         loop.quit();
     });
     loop.exec();
-    if (!*outcome) {
-        printError(streams, outcome->error());
-        return ExitStatus::failure;
-    }
-    streams.out << **outcome << '\n';
-    streams.out.flush();
-    return ExitStatus::success;
+    return report(*outcome, written, leftOut, streams);
 }
 
 // What would go out: exiftool's JSON batch, or for Capture One each group's
@@ -103,6 +135,144 @@ void printDryRun(const ExifImages& images, Method method, Streams& streams)
     streams.out.flush();
 }
 
+// Tells where rows tie to the images ambiguously; with --strict that ends
+// the run before anything is written.
+std::optional<ExitStatus> tellFindings(const MatchFindings& findings, bool strict, Streams& streams)
+{
+    for (const QString& line : findings.lines())
+        printError(streams, line);
+    if (!strict || findings.isEmpty())
+        return std::nullopt;
+    printError(streams, findings.strictError());
+    return ExitStatus::usage;
+}
+
+// The exiftool a write would run, which the checks ask for its tags.
+QString exiftoolFor(const QString& given)
+{
+    if (!given.isEmpty())
+        return absolutePath(given);
+    return MetadataQueue::bundleExifToolPath().value_or(installedExiftoolPath());
+}
+
+// Refuses what exiftool would write wrongly, and tells what it would leave
+// out, before anything is written; a dry run tells the same.
+std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method method,
+                                             const QString& exiftool, Streams& streams)
+{
+    if (method == Method::captureOne || images.empty())
+        return std::nullopt;
+    const auto writable =
+        WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
+    if (auto checked = checkBatch(images, writable.get()); !checked) {
+        printError(streams, checked.error());
+        return ExitStatus::usage;
+    }
+    if (const QStringList left = tagsSidecarsCantHold(images);
+        method == Method::xmp && !left.isEmpty())
+        printError(streams, sidecarWarning(left));
+    return std::nullopt;
+}
+
+struct WriteChoice {
+    Method method;
+    SidecarNaming naming;
+};
+
+// The method and the sidecar name of the options, else of the preferences.
+std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& parser,
+                                                   const AssignOptions& options, Streams& streams)
+{
+    Preferences preferences;
+    preferences.registerDefaults();
+    WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming()};
+    if (parser.isSet(options.method)) {
+        const auto named = writeMethodNamed(parser.value(options.method));
+        if (!named) {
+            printError(streams,
+                       QStringLiteral("unknown write method '%1'; use direct, xmp or captureone")
+                           .arg(parser.value(options.method)));
+            return std::unexpected(ExitStatus::usage);
+        }
+        choice.method = *named;
+    }
+    if (parser.isSet(options.sidecarName)) {
+        const auto naming = sidecarNamingNamed(parser.value(options.sidecarName));
+        if (!naming) {
+            printError(streams, QStringLiteral("unknown sidecar name '%1'; use name or name.ext")
+                                    .arg(parser.value(options.sidecarName)));
+            return std::unexpected(ExitStatus::usage);
+        }
+        choice.naming = *naming;
+    }
+    return choice;
+}
+
+// The rows of --mappings, else the document's; warns of those whose column
+// the data hasn't.
+std::expected<std::vector<MetadataMapping>, ExitStatus>
+chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
+               const LoadedSource& source, Streams& streams)
+{
+    std::vector<MetadataMapping> mappings =
+        source.documentRows.value_or(std::vector<MetadataMapping>{});
+    if (parser.isSet(options.mappings)) {
+        auto read = readMappings(parser.value(options.mappings));
+        if (!read) {
+            printError(streams, read.error());
+            return std::unexpected(ExitStatus::usage);
+        }
+        mappings = std::move(*read);
+    }
+    for (const QString& warning : missingColumnWarnings(mappings, source.dataSource->keyNames()))
+        printError(streams, warning);
+    return mappings;
+}
+
+// The images in the paths, searched once so that the findings and the
+// mapping see the same ones; lists those left out.
+FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions& sourceOptions,
+                          Streams& streams)
+{
+    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
+                                                !parser.isSet(sourceOptions.noRecursive))
+                                   .search();
+    for (const QString& path : found.leftOut)
+        printError(streams, QStringLiteral("left out, as its name isn\u2019t UTF-8: %1").arg(path));
+    return found;
+}
+
+// Maps the images and writes them, or prints what a write would send.
+ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options,
+                  const SourceOptions& sourceOptions, WriteChoice choice, Streams& streams)
+{
+    auto source = loadSource(parser, sourceOptions, streams);
+    if (!source)
+        return source.error();
+    const auto mappings = chosenMappings(parser, options, *source, streams);
+    if (!mappings)
+        return mappings.error();
+    const FolderSearch found = searchImages(parser, sourceOptions, streams);
+    if (const auto stopped = tellFindings(MatchFindings::find(*source->dataSource, found.images),
+                                          parser.isSet(options.strict), streams))
+        return *stopped;
+    const ExifImages images =
+        mapImages(URLListProvider(found.images), *source->dataSource, *mappings);
+    const QString exiftool = parser.value(sourceOptions.exiftool);
+    if (const auto refused = checkBeforeWriting(images, choice.method, exiftool, streams))
+        return *refused;
+    if (parser.isSet(options.dryRun)) {
+        printDryRun(images, choice.method, streams);
+        return ExitStatus::success;
+    }
+    if (images.empty()) {
+        // Nothing to hand to exiftool, which would only fail on an empty batch.
+        printError(streams, QStringLiteral("no image matched a row; nothing was written"));
+        return ExitStatus::success;
+    }
+    return write(images, choice.method, choice.naming, exiftool, found.leftOut.size(), streams);
+}
+
 } // namespace
 
 ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
@@ -114,34 +284,16 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions({options.mappings, options.dryRun, options.method, options.sidecarName});
+    parser.addOptions(
+        {options.mappings, options.dryRun, options.strict, options.method, options.sidecarName});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
         return *status;
 
-    Preferences preferences;
-    preferences.registerDefaults();
-    Method method = preferences.writeMethod();
-    if (parser.isSet(options.method)) {
-        const auto named = writeMethodNamed(parser.value(options.method));
-        if (!named) {
-            printError(streams, QStringLiteral("unknown write method '%1'; use direct, xmp or "
-                                               "captureone")
-                                    .arg(parser.value(options.method)));
-            return ExitStatus::usage;
-        }
-        method = *named;
-    }
-    std::optional<SidecarNaming> naming = preferences.sidecarNaming();
-    if (parser.isSet(options.sidecarName)) {
-        naming = sidecarNamingNamed(parser.value(options.sidecarName));
-        if (!naming) {
-            printError(streams, QStringLiteral("unknown sidecar name '%1'; use name or name.ext")
-                                    .arg(parser.value(options.sidecarName)));
-            return ExitStatus::usage;
-        }
-    }
+    const auto choice = chosenWrite(parser, options, streams);
+    if (!choice)
+        return choice.error();
     if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
         printError(streams, QStringLiteral("assign needs --mappings or --document; see "
                                            "'assign --help'"));
@@ -151,34 +303,9 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("assign needs at least one image or folder"));
         return ExitStatus::usage;
     }
-
-    auto source = loadSource(parser, sourceOptions, streams);
-    if (!source)
-        return source.error();
-    std::vector<MetadataMapping> mappings =
-        source->documentRows.value_or(std::vector<MetadataMapping>{});
-    if (parser.isSet(options.mappings)) {
-        auto read = readMappings(parser.value(options.mappings));
-        if (!read) {
-            printError(streams, read.error());
-            return ExitStatus::usage;
-        }
-        mappings = std::move(*read);
-    }
-
-    const URLImageProvider provider(fileUrls(parser.positionalArguments()),
-                                    !parser.isSet(sourceOptions.noRecursive));
-    const ExifImages images = mapImages(provider, *source->dataSource, mappings);
-    if (parser.isSet(options.dryRun)) {
-        printDryRun(images, method, streams);
-        return ExitStatus::success;
-    }
-    if (images.empty()) {
-        // Nothing to hand to exiftool, which would only fail on an empty batch.
-        printError(streams, QStringLiteral("no image matched a row; nothing was written"));
-        return ExitStatus::success;
-    }
-    return write(images, method, *naming, parser.value(sourceOptions.exiftool), streams);
+    if (!allPathsExist(parser.positionalArguments(), streams))
+        return ExitStatus::usage;
+    return assign(parser, options, sourceOptions, *choice, streams);
 }
 
 } // namespace qb::cli

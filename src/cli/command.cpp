@@ -2,6 +2,7 @@
 #include "command.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 namespace qb::cli {
 
@@ -61,6 +62,17 @@ std::optional<ExitStatus> parseCommandLine(QCommandLineParser& parser, const QSt
         return ExitStatus::success;
     }
     return std::nullopt;
+}
+
+bool allPathsExist(const QStringList& paths, Streams& streams)
+{
+    for (const QString& path : paths) {
+        if (!QFileInfo::exists(path)) {
+            printError(streams, QStringLiteral("no such file or folder: %1").arg(path));
+            return false;
+        }
+    }
+    return true;
 }
 
 ExitStatus run(const QStringList& arguments, Streams& streams)

@@ -12,8 +12,10 @@
 
 namespace qb::cli {
 
-// Exit statuses that scripts rely on.
-enum class ExitStatus { success = 0, failure = 1, usage = 2 };
+// Exit statuses that scripts rely on. A command stopped by a signal, which
+// has said how far it got, answers `interrupted`; the process then exits
+// with 128 plus the signal's number, as a shell reports it.
+enum class ExitStatus { success = 0, failure = 1, usage = 2, interrupted = 128 };
 
 struct Streams {
     QTextStream& out;
@@ -37,6 +39,10 @@ void printError(Streams& streams, const Error& error);
 // failed or help was asked for; nothing when the command should go on.
 std::optional<ExitStatus> parseCommandLine(QCommandLineParser& parser, const QString& command,
                                            const QStringList& arguments, Streams& streams);
+
+// Whether every path names a file or folder; prints the first that doesn't.
+// A typing error in a path must not end in a "success" that did nothing.
+bool allPathsExist(const QStringList& paths, Streams& streams);
 
 ExitStatus run(const QStringList& arguments, Streams& streams);
 

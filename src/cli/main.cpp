@@ -1,13 +1,34 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "command.h"
 
+#include "extensions/interruption.h"
 #include "extensions/log.h"
 #include "extensions/regex.h"
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <cstdio>
 #include <unistd.h>
+
+namespace {
+
+// SIGINT and SIGTERM ask the work in hand to stop cleanly: the exiftool we
+// started is stopped and waited for, and the private folder goes. A second
+// signal of the kind ends the process at once.
+void installInterruptionHandlers()
+{
+    struct sigaction action {};
+    action.sa_handler = [](int signal) {
+        qb::requestInterruption(signal);
+    };
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART | SA_RESETHAND;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
@@ -34,5 +55,12 @@ int main(int argc, char* argv[])
         terminal ? qb::RegexTimeouts::Report() : [&streams](const QString& pattern) {
             qb::cli::printError(streams, qb::RegexTimeouts::message(pattern));
         });
-    return static_cast<int>(qb::cli::run(QCoreApplication::arguments(), streams));
+    installInterruptionHandlers();
+    const qb::cli::ExitStatus status = qb::cli::run(QCoreApplication::arguments(), streams);
+    if (const int signal = qb::interruptionSignal()) {
+        if (status != qb::cli::ExitStatus::interrupted)
+            qb::cli::printError(streams, QStringLiteral("Interrupted"));
+        return 128 + signal;
+    }
+    return static_cast<int>(status);
 }

@@ -28,6 +28,8 @@ ExitStatus readCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("read needs at least one image or folder"));
         return ExitStatus::usage;
     }
+    if (!allPathsExist(parser.positionalArguments(), streams))
+        return ExitStatus::usage;
 
     QList<QUrl> given;
     for (const QString& path : parser.positionalArguments())

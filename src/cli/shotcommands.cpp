@@ -29,6 +29,8 @@ ExitStatus shotlistCommand(const QStringList& arguments, Streams& streams)
     if (const auto status =
             parseCommandLine(parser, QStringLiteral("shotlist"), arguments, streams))
         return *status;
+    if (!allPathsExist(parser.positionalArguments(), streams))
+        return ExitStatus::usage;
     auto source = loadSource(parser, sourceOptions, streams);
     if (!source)
         return source.error();
@@ -107,6 +109,8 @@ ExitStatus validateCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("validate needs at least one image or folder"));
         return ExitStatus::usage;
     }
+    if (!allPathsExist(parser.positionalArguments(), streams))
+        return ExitStatus::usage;
     Preferences preferences;
     preferences.registerDefaults();
     const QList<QUrl> images = ImageValidator::expandDroppedURLs(

@@ -23,14 +23,46 @@ struct Settings {
     std::optional<Style> style;
     CSVDataSource::FieldDelimiter delimiter = CSVDataSource::FieldDelimiter::comma;
     std::optional<TextEncoding> encoding;
+    // Why the document's CSV settings can't give the rows, told only when
+    // the options don't make up for them.
+    std::optional<QString> documentProblem;
 };
+
+void takeDocumentCsv(const MappingsDoc& document, Settings& settings)
+{
+    const auto read = document.readCsvSettings();
+    if (!read) {
+        settings.documentProblem =
+            QStringLiteral("the document's datasource/csv.json is damaged: %1")
+                .arg(read.error().message());
+        return;
+    }
+    if (!*read)
+        return;
+    const CSVDatasourceSettings& saved = (*read)->settings;
+    if (saved.currentURL)
+        settings.csvPath = saved.currentURL->url.toLocalFile();
+    settings.key = saved.selectedHeader;
+    settings.style = saved.matchingStyle();
+    settings.delimiter = saved.delimiter();
+    if (const auto& unresolved = (*read)->unresolvedFile) {
+        QString reason = unresolved->failureReason;
+        if (reason.endsWith(QLatin1Char('.')))
+            reason.chop(1);
+        settings.documentProblem =
+            QStringLiteral("the document's CSV file can't be found (%1); give it with --csv FILE")
+                .arg(reason);
+    }
+}
 
 std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus> loadCsv(const Settings& settings,
                                                                        Streams& streams)
 {
     if (!settings.csvPath || !settings.key) {
-        printError(streams, QStringLiteral("give the rows with --csv FILE --key COLUMN, "
-                                           "--image-source PATH or a --document that has them"));
+        printError(streams, settings.documentProblem.value_or(
+                                QStringLiteral("give the rows with --csv FILE --key COLUMN, "
+                                               "--image-source PATH or a --document that has "
+                                               "them")));
         return std::unexpected(ExitStatus::usage);
     }
     auto source = std::make_shared<CSVDataSource>();
@@ -52,6 +84,8 @@ std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus> loadCsv(const Set
 std::expected<std::shared_ptr<FileNameDataSource>, ExitStatus>
 loadImages(const QCommandLineParser& parser, const SourceOptions& options, Streams& streams)
 {
+    if (!allPathsExist(parser.values(options.imageSource), streams))
+        return std::unexpected(ExitStatus::usage);
     const QString exiftool = parser.value(options.exiftool);
     auto source = std::make_shared<ImageDataSource>([exiftool] {
         auto reader = std::make_unique<MetadataReader>();
@@ -131,11 +165,7 @@ std::expected<LoadedSource, ExitStatus> loadSource(const QCommandLineParser& par
             return std::unexpected(ExitStatus::usage);
         }
         loaded.documentRows = (*document)->currentCriteriaRows();
-        settings.csvPath = (*document)->csvFilePath();
-        settings.key = (*document)->csvSelectedHeader();
-        settings.style = (*document)->csvMatchStyle();
-        if (const auto csv = (*document)->csvSettings())
-            settings.delimiter = csv->delimiter();
+        takeDocumentCsv(**document, settings);
     }
     if (auto read = readOptions(parser, options, settings); !read) {
         printError(streams, read.error());

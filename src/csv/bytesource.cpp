@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bytesource.h"
 
+#include "extensions/regularfile.h"
+
 #include <QFile>
 #include <QFileDevice>
 
@@ -35,7 +37,15 @@ void QIODeviceByteSource::open()
         m_status = Status::open;
         return;
     }
-    if (!m_device.open(QIODevice::ReadOnly)) {
+    // A file named by path must be a regular one: a FIFO or a device would
+    // block the open or never end.
+    if (auto* file = qobject_cast<QFile*>(&m_device)) {
+        if (auto opened = openRegularFile(*file); !opened) {
+            m_status = Status::error;
+            m_error = opened.error();
+            return;
+        }
+    } else if (!m_device.open(QIODevice::ReadOnly)) {
         fail();
         return;
     }

@@ -4,6 +4,7 @@
 #include "csv/bytebuffers.h"
 #include "csv/csvfailures.h"
 #include "csv/scalardecoders.h"
+#include "extensions/regularfile.h"
 
 #include <QFile>
 
@@ -130,8 +131,8 @@ QByteArray readWholeFile(const QUrl& fileURL)
         throw csvfailure::fileUnreadable(fileURL, error);
     }
     QFile file(fileURL.toLocalFile());
-    if (!file.open(QIODevice::ReadOnly))
-        throw csvfailure::fileUnreadable(fileURL, fileError(file));
+    if (auto opened = openRegularFile(file); !opened)
+        throw csvfailure::fileUnreadable(fileURL, opened.error());
     QByteArray data = file.readAll();
     if (file.error() != QFileDevice::NoError)
         throw csvfailure::fileUnreadable(fileURL, fileError(file));

@@ -237,6 +237,18 @@ std::optional<CSVDatasourceSettings> MappingsDoc::csvSettings() const
     return std::move(*settings);
 }
 
+std::expected<std::optional<CSVDatasourceSettings::Decoded>, Error>
+MappingsDoc::readCsvSettings() const
+{
+    const auto bytes = regularContents(m_wrappers, CSVDatasourceSettings::memberName());
+    if (!bytes)
+        return std::nullopt;
+    auto decoded = CSVDatasourceSettings::decodeKeepingColumns(*bytes, bookmarkBaseFolder());
+    if (!decoded)
+        return std::unexpected(decoded.error());
+    return std::move(*decoded);
+}
+
 std::optional<ImageDatasourceSettings> MappingsDoc::imageSettings() const
 {
     const auto bytes = regularContents(m_wrappers, ImageDatasourceSettings::memberName());

@@ -85,6 +85,10 @@ public:
     // when csv.json is absent or doesn't decode (a bookmark whose file has
     // gone, for one), or when the setting itself is unset.
     std::optional<CSVDatasourceSettings> csvSettings() const;
+    // The same, telling why they can't be used: nothing when csv.json is
+    // absent, an error when it is damaged, and beside the settings why the
+    // file they name can't be found any more.
+    std::expected<std::optional<CSVDatasourceSettings::Decoded>, Error> readCsvSettings() const;
     std::optional<ImageDatasourceSettings> imageSettings() const;
     std::optional<QString> csvFilePath() const;
     std::optional<QString> csvSelectedHeader() const;

@@ -65,6 +65,26 @@ ExifImage::Metadata ExifImage::exiftoolRepresentation() const
     return representation;
 }
 
+namespace {
+
+// exiftool's JSON import reads a text that begins with "base64:" as binary
+// data in base64. A text of that form from the user is sent in that very
+// form, so that it arrives as written.
+void keepLiteral(nlohmann::ordered_json& value)
+{
+    static const std::string prefix = "base64:";
+    if (value.is_string()) {
+        const std::string& text = value.get_ref<const std::string&>();
+        if (text.starts_with(prefix))
+            value = prefix + QByteArray::fromStdString(text).toBase64().toStdString();
+    } else if (value.is_structured()) {
+        for (auto& element : value)
+            keepLiteral(element);
+    }
+}
+
+} // namespace
+
 nlohmann::ordered_json ExifImage::exiftoolJson() const
 {
     const Metadata representation = exiftoolRepresentation();
@@ -72,8 +92,11 @@ nlohmann::ordered_json ExifImage::exiftoolJson() const
     if (const auto it = representation.find(sourceFileKey); it != representation.end())
         object[sourceFileKey.toStdString()] = toJsonValue(it->second);
     for (const auto& [key, value] : representation) {
-        if (key != sourceFileKey)
-            object[key.toStdString()] = toJsonValue(value);
+        if (key == sourceFileKey)
+            continue;
+        nlohmann::ordered_json json = toJsonValue(value);
+        keepLiteral(json);
+        object[key.toStdString()] = std::move(json);
     }
     return object;
 }

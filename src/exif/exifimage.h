@@ -43,7 +43,8 @@ public:
     // in the wire pattern, URLs as plain file paths, everything else as it is.
     Metadata exiftoolRepresentation() const;
     // The representation as one object of exiftool's JSON, SourceFile first
-    // as exiftool itself writes it.
+    // as exiftool itself writes it. A text that begins with "base64:" goes
+    // in exiftool's base64 form of itself, since the import would decode it.
     nlohmann::ordered_json exiftoolJson() const;
 
     // The stored value under the tag's name, of whatever kind; absent when

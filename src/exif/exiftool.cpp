@@ -80,12 +80,12 @@ ExiftoolError ExiftoolError::responseNotZero(ExiftoolProcess process, std::optio
 
 ExiftoolError ExiftoolError::exiftoolNotFound(const QString& at)
 {
-    return {Case::exiftoolNotFound, ExiftoolProcess{at, {}, 0, false}, std::nullopt};
+    return {Case::exiftoolNotFound, ExiftoolProcess{at, {}, 0, false, {}}, std::nullopt};
 }
 
 ExiftoolError ExiftoolError::couldNotRun(const QString& at, const QString& reason)
 {
-    return {Case::couldNotRun, ExiftoolProcess{at, {}, 0, false}, reason};
+    return {Case::couldNotRun, ExiftoolProcess{at, {}, 0, false, {}}, reason};
 }
 
 QString ExiftoolError::summary() const
@@ -104,12 +104,26 @@ std::optional<QString> ExiftoolError::failureReason() const
     return m_stdErr;
 }
 
+QString cappedLines(const QString& text, int maximumLines)
+{
+    QStringList lines = text.split(QLatin1Char('\n'));
+    if (!lines.isEmpty() && lines.last().isEmpty())
+        lines.removeLast();
+    if (lines.size() <= maximumLines)
+        return text;
+    const qsizetype rest = lines.size() - maximumLines;
+    lines.resize(maximumLines);
+    lines << QStringLiteral("\u2026 (%1 more lines)").arg(rest);
+    return lines.join(QLatin1Char('\n'));
+}
+
 Error ExiftoolError::toError(ExiftoolTask task) const
 {
     Error error;
     error.domain = QStringLiteral("qb.ExiftoolError");
     error.code = int(m_case);
-    error.failureReason = failureReason().value_or(QString());
+    // A batch of thousands can fail file by file; the user reads a screenful.
+    error.failureReason = cappedLines(failureReason().value_or(QString()));
     error.userInfo.insert(QStringLiteral("program"), at());
     switch (m_case) {
     case Case::responseNotZero:
@@ -220,13 +234,13 @@ void ExifTool::run(const QStringList& arguments, const ExiftoolCompletion& compl
         return;
     }
     if (ran->endedBySignal || ran->exitStatus != 0) {
-        ExiftoolProcess process{m_exiftoolLocation, final, ran->exitStatus, ran->endedBySignal};
+        ExiftoolProcess process{m_exiftoolLocation, final, ran->exitStatus, ran->endedBySignal,
+                                ran->standardOutput};
         completion(std::unexpected(
             ExiftoolError::responseNotZero(std::move(process), decodedUtf8(ran->standardError))));
         return;
     }
-    // Warnings on standard error of a run that succeeded are dropped.
-    completion(ProcessResult{ran->exitStatus, ran->standardOutput});
+    completion(ProcessResult{ran->exitStatus, ran->standardOutput, ran->standardError});
 }
 
 std::expected<ProcessRunResult, ExiftoolError> ExifTool::launch(const QStringList& arguments) const
@@ -249,7 +263,8 @@ std::expected<ProcessRunResult, ExiftoolError> ExifTool::launch(const QStringLis
         ++kept;
     kept = std::min(kept, arguments.size());
 
-    QTemporaryFile file(QDir::tempPath() + QStringLiteral("/quillbrook-exiftool-XXXXXX.args"));
+    const QString folder = m_argumentFileFolder.isEmpty() ? QDir::tempPath() : m_argumentFileFolder;
+    QTemporaryFile file(folder + QStringLiteral("/quillbrook-exiftool-XXXXXX.args"));
     if (!file.open())
         return std::unexpected(ExiftoolError::couldNotRun(
             m_exiftoolLocation,

@@ -52,6 +52,9 @@ private:
 struct ProcessResult {
     qint32 terminationStatus = 0;
     QByteArray response; // all of standard output
+    // exiftool's warnings: a run that succeeded may still have refused a
+    // value or a tag, and the user must hear of it.
+    QByteArray standardError;
 };
 
 // What identifies a run of exiftool after the fact.
@@ -60,6 +63,8 @@ struct ExiftoolProcess {
     QStringList arguments; // as traced: the real ones, also when an argument file carried them
     qint32 terminationStatus = 0;
     bool endedBySignal = false;
+    // Its standard output, which still counts the files it got through.
+    QByteArray response;
 };
 
 // Which way the metadata was going, for the text the user reads.
@@ -86,6 +91,7 @@ public:
 
     QString summary() const;
     std::optional<QString> failureReason() const;
+    // What the user reads; exiftool's standard error at most a screenful.
     Error toError(ExiftoolTask task = ExiftoolTask::write) const;
 
 private:
@@ -137,6 +143,10 @@ public:
     // Empty when nothing traces.
     const Trace& trace() const { return m_trace; }
     void setTrace(Trace trace) { m_trace = std::move(trace); }
+    // Where an argument file goes when a command line is too long; the
+    // temporary directory when empty. A write puts it in its private folder.
+    const QString& argumentFileFolder() const { return m_argumentFileFolder; }
+    void setArgumentFileFolder(const QString& folder) { m_argumentFileFolder = folder; }
 
     // The arguments exiftool is given for the caller's `arguments`.
     QStringList finalArguments(const QStringList& arguments) const;
@@ -157,8 +167,13 @@ private:
     ExiftoolConfig m_config = ExiftoolConfig::none();
     bool m_overwriteOriginal = false;
     Trace m_trace;
+    QString m_argumentFileFolder;
     std::shared_ptr<ProcessRunner> m_runner;
 };
+
+// At most `maximumLines` lines of `text`; those beyond are counted in a
+// last line "… (N more lines)".
+QString cappedLines(const QString& text, int maximumLines = 20);
 
 // exiftool's standard output was not the JSON expected; `what` is the
 // parser's message.

@@ -90,8 +90,8 @@ void MetadataBatchWriter::writeSidecars(const QString& jsonPath,
 void MetadataBatchWriter::write(QStringList arguments, const QString& closingMessage,
                                 const MetadataCompletion& completion)
 {
-    runExiftoolWrite(m_exiftool, std::move(arguments), m_urls, m_verbose, closingMessage,
-                     completion);
+    m_lastWriteReport = runExiftoolWrite(m_exiftool, std::move(arguments), m_urls, m_verbose,
+                                         closingMessage, completion);
 }
 
 } // namespace qb

@@ -30,6 +30,22 @@ QString sidecarNamingName(SidecarNaming naming);
 std::optional<SidecarNaming> sidecarNamingNamed(QStringView name);
 // exiftool's file-name format of the sidecar: %d%f.xmp or %d%f.%e.xmp.
 QString sidecarFormat(SidecarNaming naming);
+// What exiftool said of a write beside its exit status. Its JSON import
+// passes over a tag it doesn't know without a word and counts the file as
+// unchanged, so the counts are how a user learns that nothing was written.
+struct WriteReport {
+    // Absent when exiftool printed no counts, as when it was stopped.
+    std::optional<int> written; // updated or created
+    std::optional<int> unchanged;
+    std::optional<int> failed;
+    // Lines on standard error of a run that succeeded.
+    QStringList warnings;
+
+    static WriteReport fromOutput(const QByteArray& standardOutput,
+                                  const QByteArray& standardError);
+    // "3 written, 1 unchanged, 0 failed"; empty without counts.
+    QString countsText() const;
+};
 
 // How the metadata queue drives exiftool: register images, write the exchange
 // file, run exiftool over it. One batch at a time, from one thread; the
@@ -59,15 +75,19 @@ public:
     // The sidecars that writeJSON(path, true) and writeSidecars() name.
     SidecarNaming sidecarNaming() const { return m_sidecarNaming; }
     void setSidecarNaming(SidecarNaming naming) { m_sidecarNaming = naming; }
+    // What exiftool said of the last write; read once its completion has run.
+    const WriteReport& lastWriteReport() const { return m_lastWriteReport; }
 
 protected:
     SidecarNaming m_sidecarNaming = SidecarNaming::name;
+    WriteReport m_lastWriteReport;
 };
 
 // The run every write ends in: exiftool over `arguments` plus each file,
-// then the closing message, or the failure as a write error.
-void runExiftoolWrite(const ExifTool& exiftool, QStringList arguments, const QList<QUrl>& files,
-                      bool verbose, const QString& closingMessage,
-                      const MetadataCompletion& completion);
+// then the closing message, or the failure as a write error. Answers what
+// exiftool said of it.
+WriteReport runExiftoolWrite(const ExifTool& exiftool, QStringList arguments,
+                             const QList<QUrl>& files, bool verbose, const QString& closingMessage,
+                             const MetadataCompletion& completion);
 
 } // namespace qb

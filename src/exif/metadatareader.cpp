@@ -205,7 +205,8 @@ void MetadataReader::writeSidecars(const QString& jsonPath, const MetadataComple
 void MetadataReader::write(const QStringList& options, const QString& closingMessage,
                            const MetadataCompletion& completion)
 {
-    runExiftoolWrite(m_exiftool, options, urls(), m_verbose, closingMessage, completion);
+    m_lastWriteReport =
+        runExiftoolWrite(m_exiftool, options, urls(), m_verbose, closingMessage, completion);
 }
 
 } // namespace qb

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processrunner.h"
 
+#include "extensions/interruption.h"
+
+#include <QElapsedTimer>
 #include <QProcess>
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -34,6 +38,41 @@ qint64 environmentSize()
     return size;
 }
 
+// How often a wait looks whether the user asked to stop.
+constexpr int pollMilliseconds = 100;
+// How long a child may take to clean up after it was asked to stop.
+constexpr qint64 cleanUpMilliseconds = 30000;
+
+// Waits for the child to end; nothing when it did, else why not. While it
+// waits, QProcess reads both pipes as data arrives, so a child that fills
+// its standard error before writing any output can't stall.
+//
+// When the user asks to stop, the child gets SIGINT, whatever signal came
+// to us: exiftool takes SIGINT as the request to finish the file in hand,
+// remove its temporary file and leave, so no file is left half written.
+// The child is then waited for, so that it never keeps writing on its own.
+QString waitForEnd(QProcess& process)
+{
+    QElapsedTimer sinceStop;
+    while (!process.waitForFinished(pollMilliseconds)) {
+        if (process.state() == QProcess::NotRunning)
+            return {};
+        if (process.error() != QProcess::Timedout) {
+            const QString reason = process.errorString();
+            process.kill();
+            process.waitForFinished(-1);
+            return reason;
+        }
+        if (!sinceStop.isValid() && isInterrupted()) {
+            ::kill(pid_t(process.processId()), SIGINT);
+            sinceStop.start();
+        } else if (sinceStop.isValid() && sinceStop.hasExpired(cleanUpMilliseconds)) {
+            process.kill();
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 bool ProcessRunner::fitsCommandLine(const QString& program, const QStringList& arguments) const
@@ -62,6 +101,8 @@ qint64 SystemProcessRunner::commandLineLimit() const
 
 ProcessRunResult SystemProcessRunner::run(const QString& program, const QStringList& arguments)
 {
+    if (isInterrupted())
+        return std::unexpected(ProcessFailure{QStringLiteral("Interrupted before it started.")});
     QProcess process;
     process.setProgram(program);
     process.setArguments(arguments);
@@ -70,14 +111,8 @@ ProcessRunResult SystemProcessRunner::run(const QString& program, const QStringL
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
         return std::unexpected(ProcessFailure{process.errorString()});
-    // While it waits, QProcess reads both pipes as data arrives, so a child
-    // that fills its standard error before writing any output can't stall.
-    if (!process.waitForFinished(-1) && process.state() != QProcess::NotRunning) {
-        const QString reason = process.errorString();
-        process.kill();
-        process.waitForFinished(-1);
-        return std::unexpected(ProcessFailure{reason});
-    }
+    if (auto failed = waitForEnd(process); !failed.isEmpty())
+        return std::unexpected(ProcessFailure{failed});
     ProcessOutcome outcome;
     outcome.endedBySignal = process.exitStatus() == QProcess::CrashExit;
     outcome.exitStatus = process.exitCode();

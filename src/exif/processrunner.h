@@ -47,7 +47,9 @@ public:
 qint64 commandLineSize(const QString& program, const QStringList& arguments);
 
 // The real thing, over QProcess. There is no time limit: a batch of thousands
-// of images may keep exiftool busy for minutes.
+// of images may keep exiftool busy for minutes. A stop asked for by a signal
+// (see interruption.h) stops the child and waits for it; a run asked for
+// after that doesn't start.
 class SystemProcessRunner : public ProcessRunner {
 public:
     ProcessRunResult run(const QString& program, const QStringList& arguments) override;

@@ -2,6 +2,8 @@
 #include "jsonfile.h"
 #include "jsondecode.h"
 
+#include "extensions/regularfile.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -48,9 +50,9 @@ std::expected<nlohmann::ordered_json, Error> readJsonFile(const QString& path)
         return std::unexpected(jsonFileError(JsonFileErrorCode::unreadable, path,
                                              QStringLiteral("It is a folder, not a file.")));
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    if (auto opened = openRegularFile(file); !opened)
         return std::unexpected(
-            jsonFileError(JsonFileErrorCode::unreadable, path, file.errorString()));
+            jsonFileError(JsonFileErrorCode::unreadable, path, opened.error().failureReason));
     const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
         return std::unexpected(

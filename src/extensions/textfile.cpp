@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "textfile.h"
 
+#include "extensions/regularfile.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QStringDecoder>
@@ -173,10 +175,8 @@ std::expected<QByteArray, Error> readFileBytes(const QString& path)
     const QFileInfo info(path);
     if (!info.exists())
         return std::unexpected(fileReadError(path, QStringLiteral("No such file."), true));
-    if (info.isDir())
-        return std::unexpected(fileReadError(path, QStringLiteral("It is a folder."), false));
-    if (!file.open(QIODevice::ReadOnly))
-        return std::unexpected(fileReadError(path, file.errorString(), false));
+    if (auto opened = openRegularFile(file); !opened)
+        return std::unexpected(opened.error());
     QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
         return std::unexpected(fileReadError(path, file.errorString(), false));

@@ -72,12 +72,17 @@ ImageValidator::ValidatedImages ImageValidator::validate(const QList<QUrl>& urls
 
 QList<QUrl> ImageValidator::expandDroppedURLs(const QList<QUrl>& urls, bool recursive)
 {
-    QList<QUrl> expanded;
+    return expandDropped(urls, recursive).images;
+}
+
+FolderSearch ImageValidator::expandDropped(const QList<QUrl>& urls, bool recursive)
+{
+    FolderSearch expanded;
     for (const QUrl& url : urls) {
         if (isSearchableFolder(url))
-            expanded += imagesInFolder(QDir::cleanPath(url.toLocalFile()), recursive);
+            expanded += searchFolder(QDir::cleanPath(url.toLocalFile()), recursive);
         else
-            expanded << url;
+            expanded.images << url;
     }
     return expanded;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "kit/urlimageprovider.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -55,6 +57,8 @@ public:
     // "CaptureOne", becomes the images and audiovisual files in it (its top
     // level only unless `recursive`). No de-duplication.
     static QList<QUrl> expandDroppedURLs(const QList<QUrl>& urls, bool recursive);
+    // The same, with the images left out for names that aren't UTF-8.
+    static FolderSearch expandDropped(const QList<QUrl>& urls, bool recursive);
 };
 
 // The URL's path extension: what follows the last dot of the last path

@@ -15,11 +15,6 @@
 #include <unicode/datefmt.h>
 
 #include <array>
-#include <cerrno>
-#include <limits>
-
-#include <signal.h>
-#include <unistd.h>
 
 namespace qb {
 
@@ -51,53 +46,6 @@ void releaseSharedQueues()
 {
     for (auto& queue : sharedQueues())
         queue.reset();
-}
-
-bool processIsRunning(qint64 pid)
-{
-    if (pid <= 0 || pid > std::numeric_limits<pid_t>::max())
-        return false;
-    // EPERM: it runs, under another user.
-    return ::kill(pid_t(pid), 0) == 0 || errno == EPERM;
-}
-
-// Removes a private folder, never what a link of that name points to.
-void removePrivateFolder(const QFileInfo& folder)
-{
-    if (folder.isDir() && !folder.isSymLink())
-        QDir(folder.absoluteFilePath()).removeRecursively();
-}
-
-// The private folders of this method that queues left behind when their
-// process was killed or crashed. Folders of running processes, of other
-// users and of other methods are left alone.
-void removeStaleFolders(const QString& method)
-{
-    const QString prefix = QStringLiteral("quillbrook-");
-    const QString suffix = QLatin1Char('-') + method;
-    const QFileInfoList folders = QDir(QDir::tempPath())
-                                      .entryInfoList({prefix + QLatin1Char('*') + suffix},
-                                                     QDir::Dirs | QDir::Hidden | QDir::NoSymLinks);
-    for (const QFileInfo& folder : folders) {
-        const QString name = folder.fileName();
-        bool isNumber = false;
-        const qint64 pid = name.mid(prefix.size(), name.size() - prefix.size() - suffix.size())
-                               .toLongLong(&isNumber);
-        if (isNumber && pid > 0 && folder.ownerId() == ::getuid() && !processIsRunning(pid))
-            removePrivateFolder(folder);
-    }
-}
-
-Error captureOneUnavailable()
-{
-    Error error;
-    error.domain = QStringLiteral("QuillbrookKit.MetadataQueue.WriteError");
-    error.code = 0;
-    error.errorDescription = QStringLiteral("Writing to Capture One is not available yet.");
-    error.failureReason =
-        QStringLiteral("This build of Quillbrook can't send values to Capture One.");
-    error.recoverySuggestion = QStringLiteral("Choose direct or XMP sidecar writing instead.");
-    return error;
 }
 
 } // namespace
@@ -172,15 +120,15 @@ MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBun
     });
     if (useBundle)
         useBundleExifTool();
-    removeStaleFolders(caseName(m_writeMethod));
 }
 
 MetadataQueue::~MetadataQueue()
 {
-    // A write in progress finishes first; its completion is dropped with us.
+    // A write in progress finishes first, unless it is still waiting for
+    // another process's; its completion is dropped with us.
+    m_stopping = true;
     m_thread.quit();
     m_thread.wait();
-    removePrivateFolder(QFileInfo(privateFolderPath()));
 }
 
 void MetadataQueue::setPaused(bool paused)
@@ -206,6 +154,8 @@ int MetadataQueue::imageCount() const
 
 std::optional<QString> MetadataQueue::statusText() const
 {
+    if (m_waitingForWriter)
+        return QStringLiteral("Waiting for another Quillbrook write to finish\u2026");
     if (!m_fireDate)
         return std::nullopt;
     const int count = imageCount();
@@ -293,6 +243,18 @@ SidecarNaming MetadataQueue::sidecarNaming() const
     return m_sidecarNaming;
 }
 
+void MetadataQueue::setWriterLockPath(const QString& path)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_writerLockPath = path;
+}
+
+void MetadataQueue::setWritableTags(WritableTagsCache* cache)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_writableTags = cache;
+}
+
 void MetadataQueue::invalidateTimer()
 {
     qbPrint(QStringLiteral("Invalidating timer with %1 queued items").arg(imageCount()));
@@ -374,113 +336,6 @@ void MetadataQueue::write(Completion completion)
 {
     QMetaObject::invokeMethod(
         m_worker, [this, completion = std::move(completion)] { writeBody(completion); },
-        Qt::QueuedConnection);
-}
-
-QString MetadataQueue::privateFolderPath() const
-{
-    // One folder per process and method: two queues, or two processes run
-    // by a script, must never write over each other's exchange file.
-    const QString folder =
-        QStringLiteral("quillbrook-%1-%2")
-            .arg(QString::number(QCoreApplication::applicationPid()), caseName(m_writeMethod));
-    return QDir(QDir::tempPath()).filePath(folder);
-}
-
-QString MetadataQueue::exchangeFilePath() const
-{
-    return privateFolderPath() + QStringLiteral("/QuillbrookMetadata.json");
-}
-
-void MetadataQueue::writeBody(const Completion& completion)
-{
-    const QDateTime start = m_clock();
-    qbLog(QStringLiteral("Writing metadata via %1 at %2")
-              .arg(caseName(m_writeMethod), defaultDateText(start)));
-    // The batch is the queue as it stands now; later arrivals wait.
-    const ImageMap batch = imageQueue();
-    const auto continuation = [this, start, batch, completion](const WriteResult& result) {
-        finishWrite(result, start, batch, completion);
-    };
-    switch (m_writeMethod) {
-    case WriteMethod::direct:
-        writeWithExifTool(false, batch, continuation);
-        break;
-    case WriteMethod::xmp:
-        writeWithExifTool(true, batch, continuation);
-        break;
-    case WriteMethod::captureOne: {
-        std::shared_ptr<CaptureOneWriter> writer;
-        {
-            const QMutexLocker locker(&m_settingsMutex);
-            writer = m_captureOneWriter;
-        }
-        continuation(writer ? writer->applyAdjustments(batch)
-                            : std::unexpected(captureOneUnavailable()));
-        break;
-    }
-    }
-}
-
-void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
-                                      const std::function<void(const WriteResult&)>& continuation)
-{
-    // exiftool refuses a run without files, which would reach the user as a
-    // failure they can do nothing about: nothing to write is written.
-    if (batch.empty()) {
-        continuation(QStringLiteral("No images to write."));
-        return;
-    }
-    // The executable as chosen now; a later choice applies to the next write.
-    m_exifWriter->exiftool().setExiftoolLocation(exiftoolLocation());
-    m_exifWriter->setSidecarNaming(sidecarNaming());
-    const QString file = exchangeFilePath();
-    m_exifWriter->clear();
-    ExifImages images;
-    images.reserve(batch.size());
-    for (const auto& entry : batch)
-        images.push_back(entry.second);
-    m_exifWriter->addImages(images);
-    if (auto written = m_exifWriter->writeJSON(file, sidecars); !written) {
-        continuation(std::unexpected(written.error()));
-        return;
-    }
-    if (sidecars)
-        m_exifWriter->writeSidecars(file, continuation);
-    else
-        m_exifWriter->writeImages(file, continuation);
-}
-
-void MetadataQueue::finishWrite(const WriteResult& result, const QDateTime& start,
-                                const ImageMap& batch, const Completion& completion)
-{
-    QMetaObject::invokeMethod(
-        this,
-        [this, result, start, batch, completion] {
-            if (result) {
-                // Only what this write took leaves the queue: an image that
-                // arrived, or arrived again, while exiftool ran stays.
-                int taken = 0;
-                {
-                    const QMutexLocker locker(&m_imagesMutex);
-                    for (const auto& [url, image] : batch) {
-                        const auto it = m_imageQueue.find(url);
-                        if (it != m_imageQueue.end() && it->second == image) {
-                            m_imageQueue.erase(it);
-                            ++taken;
-                        }
-                    }
-                }
-                qbPrint(QStringLiteral("Clearing queue with %1 items").arg(taken));
-                if (imageCount() > 0)
-                    createTimer();
-                else
-                    invalidateTimer();
-            }
-            const double seconds = double(start.msecsTo(m_clock())) / 1000.0;
-            qbLog(QStringLiteral("Write finished after %1 seconds").arg(seconds));
-            completion(result);
-        },
         Qt::QueuedConnection);
 }
 

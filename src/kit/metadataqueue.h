@@ -6,8 +6,10 @@
 #include "kit/metadataassignment.h"
 #include "kit/metadatasource.h"
 #include "kit/valuemappers.h"
+#include "kit/writerlock.h"
 
 #include "exif/metadatamanager.h"
+#include "exif/writabletags.h"
 #include "extensions/error.h"
 
 #include <QDateTime>
@@ -16,6 +18,7 @@
 #include <QThread>
 #include <QTimer>
 
+#include <atomic>
 #include <expected>
 #include <functional>
 #include <map>
@@ -34,6 +37,10 @@ class ShotlistCoordinator;
 // on which write bodies run, one at a time, in order of request. The
 // pending images and the choice of writers are the state both touch; each
 // has its own mutex, and neither is held while exiftool runs.
+//
+// An exiftool write also holds the writer lock, which keeps the writes of
+// every Quillbrook process of the user apart, and keeps its exchange file
+// in a private folder of its own that goes when the write ends.
 class MetadataQueue : public QObject {
     Q_OBJECT
 
@@ -71,6 +78,7 @@ public:
     int imageCount() const;
     bool hasTimer() const { return m_fireDate.has_value(); }
     std::optional<QDateTime> timerFireDate() const { return m_fireDate; }
+    // While a write waits for another process's, says so.
     std::optional<QString> statusText() const;
 
     // Where the bundled exiftool is: $QUILLBROOK_EXIFTOOL, then beside the
@@ -86,6 +94,11 @@ public:
     // How the XMP method names sidecars; a later choice applies to the next write.
     void setSidecarNaming(SidecarNaming naming);
     SidecarNaming sidecarNaming() const;
+    // The file whose lock keeps writes apart; for tests.
+    void setWriterLockPath(const QString& path);
+    // Where a write learns which tags exiftool can write; null lets every
+    // tag through. The process-wide cache unless set.
+    void setWritableTags(WritableTagsCache* cache);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
                    std::vector<MetadataMapping> mappings);
@@ -95,21 +108,33 @@ public:
     void clearQueue();
 
     // Returns at once; `completion` is called exactly once, on the main thread.
+    // A write stopped by an interruption (see interruption.h) fails with
+    // how many of its images had been written.
     void write();
     void write(Completion completion);
 
+signals:
+    // On the main thread, once for a write that must wait for another
+    // process's to end.
+    void waitingForWriter();
+    // On the main thread, just before the completion of each write: what
+    // exiftool said of it.
+    void writeReported(const qb::WriteReport& report);
+
 private:
+    using Continuation = std::function<void(const WriteResult&, const WriteReport&)>;
+
     void createTimer();
     void invalidateTimer();
     void writeBody(const Completion& completion);
-    void writeWithExifTool(bool sidecars, const ImageMap& batch,
-                           const std::function<void(const WriteResult&)>& continuation);
-    void finishWrite(const WriteResult& result, const QDateTime& start, const ImageMap& batch,
-                     const Completion& completion);
-    // Holds the exchange file; removed when the queue goes. One left by a
-    // process that no longer runs is removed when a queue of its method starts.
-    QString privateFolderPath() const;
-    QString exchangeFilePath() const;
+    void writeWithExifTool(bool sidecars, const ImageMap& batch, const Continuation& continuation);
+    void runExiftool(bool sidecars, const ImageMap& batch, const QString& folder,
+                     const Continuation& continuation);
+    void finishWrite(const WriteResult& result, const WriteReport& report, const QDateTime& start,
+                     const ImageMap& batch, const Completion& completion);
+    std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;
+    void takeWritten(const ImageMap& batch);
+    void announceWaiting();
 
     WriteMethod m_writeMethod;
     double m_timerBuffer;
@@ -128,6 +153,11 @@ private:
     QString m_exiftoolLocation;
     std::shared_ptr<CaptureOneWriter> m_captureOneWriter;
     SidecarNaming m_sidecarNaming = SidecarNaming::name;
+    QString m_writerLockPath = WriterLock::defaultPath();
+    WritableTagsCache* m_writableTags = &WritableTagsCache::shared();
+    // Set when the queue goes, so that a write waiting for the lock gives up.
+    std::atomic<bool> m_stopping = false;
+    std::atomic<bool> m_waitingForWriter = false;
 
     QTimer m_timer;
     std::optional<QDateTime> m_fireDate;

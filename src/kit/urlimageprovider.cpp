@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "urlimageprovider.h"
 
+#include "extensions/process.h"
+
 #include <QDir>
-#include <QDirIterator>
+#include <QFile>
 #include <QMimeDatabase>
 #include <QSet>
+
+#include <dirent.h>
 
 namespace qb {
 
@@ -35,32 +39,106 @@ bool isImageOrAudiovisual(const QFileInfo& file)
            type.inherits(QStringLiteral("image/x-dcraw"));
 }
 
-QList<QUrl> imagesInFolder(const QString& folder, bool recursive)
+namespace {
+
+// Walks a folder by the bytes of its entries' names, which a QDirIterator
+// would give only as text, losing those that aren't UTF-8. Answers false
+// when the walk is to end.
+bool walk(const QByteArray& folder, bool recursive, QStringList& paths, QStringList& leftOut)
 {
-    // Hidden entries are visited, as a Finder-style enumeration with no
-    // options would; symbolic links to folders aren't followed, so that a
-    // link loop can't make the walk endless.
-    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    recursive ? QDirIterator::Subdirectories : QDirIterator::NoIteratorFlags);
-    QStringList paths;
-    while (it.hasNext()) {
-        const QFileInfo info = it.nextFileInfo();
+    DIR* dir = ::opendir(folder.constData());
+    if (!dir)
+        return true;
+    std::vector<QByteArray> subfolders;
+    bool goOn = true;
+    while (const dirent* entry = ::readdir(dir)) {
+        const QByteArray name(entry->d_name);
+        if (name == "." || name == "..")
+            continue;
+        const QByteArray path = folder + '/' + name;
+        if (!decodedUtf8(name)) {
+            if (isImageOrAudiovisual(QFileInfo(readableFileName(name))))
+                leftOut << readableFileName(path);
+            continue;
+        }
+        const QFileInfo info(QFile::decodeName(path));
         // An entry whose kind can't be read any more (it went away during
-        // the walk) ends the search of this folder; the rest isn't visited.
-        // Kept on purpose: the walk has always stopped there, not skipped.
-        if (!info.exists() && !info.isSymLink())
+        // the walk) ends the search; the rest isn't visited. Kept on
+        // purpose: the walk has always stopped there, not skipped.
+        if (!info.exists() && !info.isSymLink()) {
+            goOn = false;
             break;
-        if (info.isFile() && isImageOrAudiovisual(info))
+        }
+        // Symbolic links to folders aren't followed, so that a link loop
+        // can't make the walk endless.
+        if (info.isDir() && !info.isSymLink())
+            subfolders.push_back(path);
+        else if (info.isFile() && isImageOrAudiovisual(info))
             paths << info.filePath();
     }
+    ::closedir(dir);
+    for (const QByteArray& subfolder : subfolders) {
+        if (!goOn || !recursive)
+            break;
+        goOn = walk(subfolder, recursive, paths, leftOut);
+    }
+    return goOn;
+}
+
+} // namespace
+
+QString readableFileName(const QByteArray& bytes)
+{
+    QString text;
+    qsizetype i = 0;
+    while (i < bytes.size()) {
+        const auto lead = uchar(bytes[i]);
+        const qsizetype length = lead < 0x80           ? 1
+                                 : (lead >> 5) == 0x6  ? 2
+                                 : (lead >> 4) == 0xE  ? 3
+                                 : (lead >> 3) == 0x1E ? 4
+                                                       : 0;
+        if (length > 0 && i + length <= bytes.size()) {
+            if (const auto piece = decodedUtf8(bytes.mid(i, length))) {
+                text += *piece;
+                i += length;
+                continue;
+            }
+        }
+        text += QStringLiteral("\\x") +
+                QString::number(lead, 16).toUpper().rightJustified(2, QLatin1Char('0'));
+        ++i;
+    }
+    return text;
+}
+
+FolderSearch& FolderSearch::operator+=(const FolderSearch& other)
+{
+    images += other.images;
+    leftOut += other.leftOut;
+    return *this;
+}
+
+FolderSearch searchFolder(const QString& folder, bool recursive)
+{
+    // Hidden entries are visited, as a Finder-style enumeration with no
+    // options would.
+    QStringList paths;
+    FolderSearch found;
+    walk(QFile::encodeName(folder), recursive, paths, found.leftOut);
     // Directory order differs between file systems; a sorted list keeps
     // runs and their output repeatable.
     paths.sort();
-    QList<QUrl> found;
-    found.reserve(paths.size());
+    found.leftOut.sort();
+    found.images.reserve(paths.size());
     for (const QString& path : paths)
-        found << QUrl::fromLocalFile(path);
+        found.images << QUrl::fromLocalFile(path);
     return found;
+}
+
+QList<QUrl> imagesInFolder(const QString& folder, bool recursive)
+{
+    return searchFolder(folder, recursive).images;
 }
 
 bool isSearchableFolder(const QUrl& url)
@@ -76,26 +154,35 @@ URLImageProvider::URLImageProvider(QList<QUrl> urls, bool recursive)
 {
 }
 
-QList<QUrl> URLImageProvider::images() const
+FolderSearch URLImageProvider::search() const
 {
-    QList<QUrl> expanded;
+    FolderSearch expanded;
     for (const QUrl& url : m_urls) {
         if (isSearchableFolder(url))
-            expanded += imagesInFolder(QDir::cleanPath(url.toLocalFile()), m_recursive);
+            expanded += searchFolder(QDir::cleanPath(url.toLocalFile()), m_recursive);
         else
-            expanded << url;
+            expanded.images << url;
     }
     // Each image once, in the order first met: stable output for scripts.
-    QList<QUrl> unique;
+    FolderSearch unique;
     QSet<QUrl> seen;
-    for (const QUrl& url : expanded) {
+    for (const QUrl& url : expanded.images) {
         const QUrl normal = url.adjusted(QUrl::NormalizePathSegments | QUrl::StripTrailingSlash);
         if (!seen.contains(normal)) {
             seen.insert(normal);
-            unique << url;
+            unique.images << url;
         }
     }
+    unique.leftOut = expanded.leftOut;
+    unique.leftOut.removeDuplicates();
     return unique;
+}
+
+QStringList URLImageProvider::expandURLs()
+{
+    FolderSearch found = search();
+    m_urls = std::move(found.images);
+    return found.leftOut;
 }
 
 } // namespace qb

@@ -4,6 +4,7 @@
 #include "app/appdelegate.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/imagedatasoucecontroller.h"
+#include "app/imagewarningviewcontroller.h"
 
 #include "widgets/pathcontrol.h"
 
@@ -12,6 +13,9 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QToolButton>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace qb;
 using namespace qb::testing;
@@ -184,6 +188,44 @@ TEST_F(CSVPanelTest, TheWriteMethodDecidesWhichImagesAreLeftOut)
     // Sidecars take any file; every open window follows the preference.
     m_preferences.setWriteMethodValue(1);
     EXPECT_FALSE(controller().imageWarningButton->isVisible());
+}
+
+TEST_F(CSVPanelTest, AmbiguousRowsAndUnnamableImagesShowBesideTheImageWarning)
+{
+    makeJpeg(path("shoot/A12_1.jpg"));
+    makeJpeg(path("shoot/B9.jpg"));
+    const struct {
+        const char* name;
+        QByteArray csv;
+        QByteArray notUtf8; // a file of that name in the dropped folder
+        QString warning;    // none when empty
+    } cases[] = {
+        {"totals row and overlapping keys",
+         "Shot,Title,Keywords\nA1,one,\nA12,twelve,\n,,\n",
+         {},
+         "A row with an empty key matches every image under \u201cbegins with\u201d: its values "
+         "go to every image, also to those without a row of their own.\n"
+         "A12_1.jpg matched 2 rows: A1, A12"},
+        {"one row each", "Shot,Title,Keywords\nA12,twelve,\nB9,nine,\n", {}, ""},
+        {"a name that isn't UTF-8", "Shot,Title,Keywords\nA12,twelve,\nB9,nine,\n", "B9\xe9.jpg",
+         "Left out, as their names aren\u2019t UTF-8:\n" + path("shoot") + "/B9\\xE9.jpg"},
+    };
+    // Sidecars take every file: exiftool's limits aren't the reason.
+    m_preferences.setWriteMethodValue(1);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        if (!c.notUtf8.isEmpty())
+            ::close(::open((QFile::encodeName(path("shoot")) + '/' + c.notUtf8).constData(),
+                           O_CREAT | O_WRONLY, 0600));
+        openWindow(writePackage(titleRow, "csvsource", c.csv));
+        controller().dropImages({QUrl::fromLocalFile(path("shoot"))});
+        EXPECT_EQ(controller().imageWarningButton->isVisible(), !c.warning.isEmpty());
+        if (c.warning.isEmpty())
+            continue;
+        ImageWarningViewController* popup = controller().showImageWarning();
+        EXPECT_EQ(popup->warningTextField()->text(), c.warning);
+        popup->close();
+    }
 }
 
 TEST_F(CSVPanelTest, OneWindowPerPackageAndTheHelpPages)

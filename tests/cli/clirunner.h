@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../support/jpeg.h"
+#include "../support/printing.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,12 +22,11 @@ struct CliResult {
     QString err;
 };
 
-// Runs the built quillbrook-cli with the arguments, as a script would.
-inline CliResult runCli(const QStringList& arguments, const QString& workingDirectory = {},
-                        const QByteArray& input = {}, int timeoutMs = 120000,
-                        const QStringList& environment = {})
+// Sets up the built quillbrook-cli with the arguments and NAME=value
+// additions to the environment.
+inline void prepareCli(QProcess& process, const QStringList& arguments,
+                       const QStringList& environment = {})
 {
-    QProcess process;
     if (!environment.isEmpty()) {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         for (const QString& entry : environment)
@@ -35,6 +35,15 @@ inline CliResult runCli(const QStringList& arguments, const QString& workingDire
     }
     process.setProgram(QStringLiteral(QB_CLI_PATH));
     process.setArguments(arguments);
+}
+
+// Runs the built quillbrook-cli with the arguments, as a script would.
+inline CliResult runCli(const QStringList& arguments, const QString& workingDirectory = {},
+                        const QByteArray& input = {}, int timeoutMs = 120000,
+                        const QStringList& environment = {})
+{
+    QProcess process;
+    prepareCli(process, arguments, environment);
     if (!workingDirectory.isEmpty())
         process.setWorkingDirectory(workingDirectory);
     process.start();

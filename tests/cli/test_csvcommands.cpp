@@ -6,6 +6,8 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 
+#include <sys/stat.h>
+
 using namespace qb::test;
 
 namespace {
@@ -151,6 +153,12 @@ TEST_F(AssignDryRun, MatchStyleAndErrors)
         {"bad_style", base + QStringList{"--match", "fuzzy", m_dir.path()}, 2,
          "unknown matching style 'fuzzy'"},
         {"no_paths", base, 2, "at least one image"},
+        {"missing_folder", base + QStringList{m_dir.filePath("shot")}, 2,
+         "no such file or folder: "},
+        {"missing_file_to_read",
+         {"read", m_dir.filePath("shoot/B3.jpg")},
+         2,
+         "no such file or folder: "},
         {"bad_mappings",
          {"assign", "--dry-run", "--mappings",
           write(
@@ -241,6 +249,39 @@ TEST_F(AssignDryRun, CaseAndDatesFollowTheEnvironment)
     const QJsonObject image = json(result).array().first().toObject();
     EXPECT_EQ(image["XMP:Title"].toString(), QString::fromUtf8("\u0130STANBUL"));
     EXPECT_EQ(image["EXIF:CreateDate"].toString(), "2021:03:63 19:00:00"); // DD: day of year
+}
+
+TEST_F(AssignDryRun, InputsThatAreNotRegularFilesAreRefusedAtOnce)
+{
+    const QString fifo = m_dir.filePath("rows.csv");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    const QString shoot = m_dir.filePath("shoot");
+    struct Case {
+        const char* name;
+        QStringList arguments;
+        const char* errContains;
+    };
+    const Case cases[] = {
+        {"csv_fifo", {"csv", fifo}, "named pipe"},
+        {"csv_stream_fifo", {"csv", "--presample", fifo}, "named pipe"},
+        {"csv_device", {"csv", "/dev/zero"}, "device"},
+        {"assign_csv_fifo",
+         {"assign", "--dry-run", "--mappings", m_mappings, "--csv", fifo, "--key", "id", shoot},
+         "named pipe"},
+        {"assign_mappings_device",
+         {"assign", "--dry-run", "--mappings", "/dev/zero", "--csv", m_csv, "--key", "id", shoot},
+         "device"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        // A read that waited for a writer, or for the end of /dev/zero,
+        // would run into the time limit.
+        const CliResult result = runCli(c.arguments, {}, {}, 20000);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_TRUE(result.err.contains(QString::fromUtf8(c.errContains)))
+            << result.err.toStdString();
+        EXPECT_TRUE(result.out.isEmpty());
+    }
 }
 
 } // namespace

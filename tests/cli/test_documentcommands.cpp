@@ -163,4 +163,46 @@ TEST_F(DocumentCommands, CaptureOneIsNotRunningHere)
     EXPECT_TRUE(dryRun.out.contains("\"Denim \\\"classic\\\" fit\"")) << dryRun.out.toStdString();
 }
 
+TEST_F(DocumentCommands, DocumentErrorsNameTheirCause)
+{
+    // The sample document with its CSV settings replaced.
+    const auto document = [&](const QString& name, const QByteArray& csvJson) {
+        const QString package = m_dir.filePath(name + ".qbmap");
+        QFile::copy(examples + "/sample.qbmap/mapping.json", package + "/mapping.json");
+        writeFile(package + "/datasource/csv.json", csvJson);
+        return package;
+    };
+    QDir().mkpath(m_dir.filePath("gone.qbmap"));
+    QDir().mkpath(m_dir.filePath("damaged.qbmap"));
+    const QByteArray goneBookmark =
+        QByteArray(R"({"path":")") + m_dir.filePath("moved.csv").toUtf8() + R"("})";
+    const QString gone = document("gone", R"({"keyNames":["Shot"],"selectedHeader":"Shot",
+        "selectedMatchStyle":2,"currentURL":")" +
+                                              goneBookmark.toBase64() + R"("})");
+    const QString damaged = document("damaged", "{\"keyNames\": [");
+    struct Case {
+        const char* name;
+        QStringList arguments;
+        int status;
+        QString errContains;
+    };
+    const Case cases[] = {
+        {"csv file gone",
+         {"--document", gone},
+         2,
+         "can't be found (At currentURL: there is no file at \u201c" + m_dir.filePath("moved.csv") +
+             "\u201d); give it with --csv FILE"},
+        {"csv.json damaged", {"--document", damaged}, 2, "datasource/csv.json is damaged"},
+        // The key and style still come from the document.
+        {"csv file given instead", {"--document", gone, "--csv", examples + "/shoot.csv"}, 0, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const CliResult result =
+            runCli(QStringList{"assign", "--dry-run"} + c.arguments + QStringList{shoot()});
+        EXPECT_EQ(result.status, c.status) << result.err.toStdString();
+        EXPECT_TRUE(result.err.contains(c.errContains)) << result.err.toStdString();
+    }
+}
+
 } // namespace

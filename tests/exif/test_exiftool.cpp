@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "exif/exiftool.h"
+#include "exif/writabletags.h"
 
 #include "fakeprocessrunner.h"
 
@@ -238,3 +239,43 @@ TEST(ExifTool, InstalledExiftoolIsLookedForOnThePath)
 }
 
 } // namespace
+
+TEST(WritableTags, TakesTagNamesAsExiftoolDoes)
+{
+    const auto tags = qb::WritableTags::fromTagDatabase(R"(<?xml version='1.0'?><taginfo>
+        <table name='XMP::dc' g0='XMP' g1='XMP-dc' g2='Other'>
+         <tag id='title' name='Title' type='lang-alt' writable='true' g2='Image'/>
+        </table>
+        <table name='Exif::Main' g0='EXIF' g1='IFD0' g2='Image'>
+         <tag id='271' name='Make' type='string' writable='true' g2='Camera'/>
+         <tag id='36867' name='DateTimeOriginal' type='string' writable='true' g1='ExifIFD'/>
+        </table>
+        <table name='Composite' g0='Composite' g1='Composite' g2='Other'>
+         <tag id='ImageSize' name='ImageSize' type='?' writable='false'/>
+        </table></taginfo>)");
+    ASSERT_TRUE(tags.has_value());
+    const auto again = qb::WritableTags::fromSerialized(tags->serialized());
+    ASSERT_TRUE(again.has_value());
+    const struct {
+        const char* tag;
+        bool writable;
+    } cases[] = {
+        {"XMP-dc:Title", true},
+        {"xmp:title", true},
+        {"Title", true},
+        {"1XMP-dc:Title", true},
+        {"XMP-dc:Title-fr", true},
+        {"Image:Title", true},
+        {"EXIF:ExifIFD:DateTimeOriginal", true},
+        {"EXIF:Make#", true},
+        {"XMP-dc:Titel", false},
+        {"XMP-dc:Make", false},
+        {"Composite:ImageSize", false},
+        {"IPTC:Title", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.tag);
+        EXPECT_EQ(tags->canWrite(QString::fromUtf8(c.tag)), c.writable);
+        EXPECT_EQ(again->canWrite(QString::fromUtf8(c.tag)), c.writable);
+    }
+}

@@ -250,4 +250,49 @@ TEST(MetadataManager, WritesTheExchangeFileOrSaysWhyItCouldNot)
     EXPECT_FALSE(QFile::exists(dir.filePath("dates.json")));
 }
 
+TEST(MetadataManager, ReportsExiftoolsCountsAndWarnings)
+{
+    const struct {
+        const char* name;
+        ProcessOutcome outcome;
+        const char* counts;
+        QStringList warnings;
+    } cases[] = {
+        // With -json= exiftool prints its counts on standard error.
+        {"counts on stderr",
+         {0, false, {}, "    2 image files updated\n    1 image files unchanged\n"},
+         "2 written, 1 unchanged, 0 failed",
+         {}},
+        {"sidecars created",
+         {0, false, "    1 image files created\n", {}},
+         "1 written, 0 unchanged, 0 failed",
+         {}},
+        {"warning beside counts",
+         {0, false, {}, "Warning: [minor] Bad MakerNotes - a.jpg\n    1 image files updated\n"},
+         "1 written, 0 unchanged, 0 failed",
+         {"Warning: [minor] Bad MakerNotes - a.jpg"}},
+        // The failure itself carries exiftool's words; the counts stay.
+        {"failed file",
+         {1,
+          false,
+          {},
+          "Error: Not a valid JPG - b.jpg\n    1 image files updated\n"
+          "    1 files weren't updated due to errors\n"},
+         "1 written, 0 unchanged, 1 failed",
+         {}},
+        {"stopped before counting", {2, true, {}, {}}, "", {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        Harness h;
+        h.runner->result = c.outcome;
+        h.reader.addImages({imageAt("/s/a.jpg")});
+        h.reader.writeImages("/tmp/Q.json", h.collect);
+        ASSERT_EQ(h.completed.size(), 1u);
+        EXPECT_EQ(h.completed.front().has_value(), c.outcome.exitStatus == 0);
+        EXPECT_EQ(h.reader.lastWriteReport().countsText(), QString::fromUtf8(c.counts));
+        EXPECT_EQ(h.reader.lastWriteReport().warnings, c.warnings);
+    }
+}
+
 } // namespace

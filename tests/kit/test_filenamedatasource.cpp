@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "kit/filenamedatasource.h"
+#include "kit/matchfindings.h"
 
 #include <gtest/gtest.h>
 
@@ -189,6 +190,56 @@ TEST(FileNameDataSourceQueries, IndexedLookupEqualsThePlainWalk)
             for (const auto& [key, row] : table)
                 ASSERT_EQ(byKey.at(key), source.imagesMatchingKey(key, urls)) << key.toStdString();
         }
+    }
+}
+
+TEST(MatchFindings, TellOverlapsAndAnEmptyKeyWithASummaryBeyondAHandful)
+{
+    QStringList many;
+    for (int i = 1; i <= 7; ++i)
+        many << QStringLiteral("/s/S12_%1.jpg").arg(i);
+    const struct {
+        const char* name;
+        Style style;
+        QStringList keys;
+        QStringList paths;
+        QStringList lines;
+    } cases[] = {
+        {"overlapping keys",
+         Style::prefix,
+         {"S12", "S1", "T"},
+         {"/s/S12_0001.jpg", "/s/S1_2.jpg"},
+         {"S12_0001.jpg matched 2 rows: S1, S12"}},
+        {"one row each", Style::equals, {"S12_0001", "S1"}, {"/s/S12_0001.jpg", "/s/S1.jpg"}, {}},
+        {"empty key",
+         Style::suffix,
+         {"", "1"},
+         {"/s/A1.jpg", "/s/B2.jpg"},
+         {"A row with an empty key matches every image under \u201cends with\u201d: its values go "
+          "to every image, also to those without a row of their own."}},
+        {"empty key matching nothing", Style::equals, {"", "A1"}, {"/s/A1.jpg"}, {}},
+        {"more than a handful",
+         Style::contains,
+         {"S", "S12"},
+         many,
+         {"S12_1.jpg matched 2 rows: S, S12", "S12_2.jpg matched 2 rows: S, S12",
+          "S12_3.jpg matched 2 rows: S, S12", "S12_4.jpg matched 2 rows: S, S12",
+          "S12_5.jpg matched 2 rows: S, S12",
+          "\u2026 and 2 more images matched more than one row."}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        MetadataTable table;
+        for (const QString& key : c.keys)
+            table[key] = {{"Title", DynamicValue(key)}};
+        FileNameDataSource source(table);
+        source.setMatchingStyle(c.style);
+        QList<QUrl> images;
+        for (const QString& path : c.paths)
+            images << image(path);
+        const MatchFindings findings = MatchFindings::find(source, images);
+        EXPECT_EQ(findings.lines(), c.lines);
+        EXPECT_EQ(findings.isEmpty(), c.lines.isEmpty());
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include <QEventLoop>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
 
@@ -47,6 +48,7 @@ protected:
             method, timerBuffer, false, std::make_unique<MetadataReader>(m_runner),
             [] { return QDateTime::currentDateTimeUtc(); });
         queue->setExiftoolLocation(QStringLiteral("/bin/true")); // exists; the fake runs instead
+        queue->setWriterLockPath(m_lockFolder.filePath("write.lock"));
         return queue;
     }
 
@@ -79,6 +81,7 @@ protected:
         std::make_shared<qb::testing::FakeExiftool>();
     QStringList m_printed;
     QStringList m_logged;
+    QTemporaryDir m_lockFolder;
 };
 
 TEST_F(MetadataQueueTest, DirectWriteRunsExiftoolOnceWithTheExactArguments)

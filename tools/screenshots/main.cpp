@@ -8,6 +8,7 @@
 #include "app/contactform.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/errorpresenter.h"
+#include "app/imagewarningviewcontroller.h"
 #include "app/preferenceswindow.h"
 #include "app/shotlistviewcontroller.h"
 
@@ -69,6 +70,29 @@ bool saveWindow(QWidget& window, const QString& path)
 {
     const bool saved = framed(window).save(path);
     QTextStream(stdout) << (saved ? "wrote " : "could not write ") << path << '\n';
+    return saved;
+}
+
+// The warning beside the images, for a CSV with a totals row and a key
+// that begins another; the window then goes back to the sample's CSV.
+bool saveImageWarning(ViewController& controller, const QString& examples, const QString& home,
+                      const QString& out)
+{
+    auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller.datasourceView());
+    if (!panel)
+        return false;
+    QFile sample(examples + QStringLiteral("/shoot.csv"));
+    QFile ambiguous(home + QStringLiteral("/ambiguous.csv"));
+    if (!sample.open(QIODevice::ReadOnly) || !ambiguous.open(QIODevice::WriteOnly))
+        return false;
+    ambiguous.write(sample.readAll() + "A10,\"Spring look, all of it\",,,,\n,Total: 4 looks,,,,\n");
+    ambiguous.close();
+    panel->importFile(QUrl::fromLocalFile(ambiguous.fileName()));
+    settle();
+    ImageWarningViewController* warning = controller.showImageWarning();
+    const bool saved = save(*warning, out + QStringLiteral("/image-warning.png"));
+    warning->close();
+    panel->importFile(QUrl::fromLocalFile(sample.fileName()));
     return saved;
 }
 
@@ -139,6 +163,8 @@ int main(int argc, char* argv[])
     shots->detach();
     ok &= saveWindow(*shots, out + QStringLiteral("/shot-list.png"));
     shots->close();
+
+    ok &= saveImageWarning(sample->viewController(), examples, home.path(), out);
 
     Error error;
     error.errorDescription = QStringLiteral("Exiftool could not be launched.");

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "regularfile.h"
+
+#include "extensions/textfile.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace qb {
+
+namespace {
+
+QString kindOf(mode_t mode)
+{
+    if (S_ISDIR(mode))
+        return QStringLiteral("It is a folder, not a file.");
+    if (S_ISFIFO(mode))
+        return QStringLiteral("It is a named pipe (FIFO), not a regular file.");
+    if (S_ISCHR(mode) || S_ISBLK(mode))
+        return QStringLiteral("It is a device, not a regular file.");
+    if (S_ISSOCK(mode))
+        return QStringLiteral("It is a socket, not a regular file.");
+    return QStringLiteral("It is not a regular file.");
+}
+
+} // namespace
+
+std::expected<void, Error> openRegularFile(QFile& file)
+{
+    const QString path = file.fileName();
+    // Without O_NONBLOCK, opening a FIFO waits for a writer; the check on
+    // the open descriptor then can't be raced by swapping the name.
+    const int fd =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0) {
+        const int code = errno;
+        return std::unexpected(
+            fileReadError(path, QString::fromLocal8Bit(std::strerror(code)), code == ENOENT));
+    }
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        ::close(fd);
+        return std::unexpected(fileReadError(path, kindOf(info.st_mode), false));
+    }
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return std::unexpected(fileReadError(path, file.errorString(), false));
+    }
+    return {};
+}
+
+} // namespace qb

@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "matchfindings.h"
+
+#include "extensions/plainorder.h"
+#include "extensions/regex.h"
+
+#include <QHash>
+
+namespace qb {
+
+QString matchingStyleTitle(FileNameDataSource::MatchingStyle style)
+{
+    using Style = FileNameDataSource::MatchingStyle;
+    switch (style) {
+    case Style::contains:
+        return QStringLiteral("contains");
+    case Style::equals:
+        return QStringLiteral("is equal to");
+    case Style::prefix:
+        return QStringLiteral("begins with");
+    case Style::regex:
+        return QStringLiteral("matches");
+    case Style::suffix:
+        return QStringLiteral("ends with");
+    }
+    return {};
+}
+
+MatchFindings MatchFindings::find(const FileNameDataSource& source, const QList<QUrl>& images)
+{
+    MatchFindings findings;
+    findings.m_style = source.matchingStyle();
+    if (images.isEmpty())
+        return findings;
+    // A key pattern that runs out of time is told once, here or in the
+    // mapping of the same run.
+    const RegexTimeouts run;
+    QHash<QUrl, QStringList> keysByImage;
+    for (const auto& [key, matching] : source.imagesByKey(images)) {
+        if (key.isEmpty()) {
+            findings.m_emptyKeyMatchesAll = matching.size() == images.size();
+            continue; // told on its own line, not with each image
+        }
+        for (const QUrl& image : matching)
+            keysByImage[image] << key;
+    }
+    for (const QUrl& image : images) {
+        QStringList keys = keysByImage.value(image);
+        if (keys.size() < 2)
+            continue;
+        sortPlain(keys);
+        findings.m_overlaps.push_back({image, keys});
+        keysByImage.remove(image); // an image given twice is told once
+    }
+    return findings;
+}
+
+QStringList MatchFindings::lines() const
+{
+    QStringList lines;
+    if (m_emptyKeyMatchesAll)
+        lines << QStringLiteral("A row with an empty key matches every image under \u201c%1\u201d: "
+                                "its values go to every image, also to those without a row of "
+                                "their own.")
+                     .arg(matchingStyleTitle(m_style));
+    const qsizetype shown = std::min<qsizetype>(qsizetype(m_overlaps.size()), lineLimit);
+    for (qsizetype i = 0; i < shown; ++i) {
+        const Overlap& overlap = m_overlaps[std::size_t(i)];
+        lines << QStringLiteral("%1 matched %2 rows: %3")
+                     .arg(overlap.image.fileName(QUrl::FullyDecoded))
+                     .arg(overlap.keys.size())
+                     .arg(overlap.keys.join(QStringLiteral(", ")));
+    }
+    if (const qsizetype rest = qsizetype(m_overlaps.size()) - shown; rest > 0)
+        lines << QStringLiteral("\u2026 and %1 more %2 matched more than one row.")
+                     .arg(rest)
+                     .arg(rest == 1 ? QStringLiteral("image") : QStringLiteral("images"));
+    return lines;
+}
+
+Error MatchFindings::strictError() const
+{
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.MatchFindings");
+    error.code = 1;
+    error.errorDescription = QStringLiteral("Rows tie to the images in more than one way.");
+    QStringList reasons;
+    if (m_emptyKeyMatchesAll)
+        reasons << QStringLiteral("A row with an empty key matches every image.");
+    if (!m_overlaps.empty())
+        reasons << QStringLiteral("%1 %2 matched more than one row.")
+                       .arg(m_overlaps.size())
+                       .arg(m_overlaps.size() == 1 ? QStringLiteral("image")
+                                                   : QStringLiteral("images"));
+    error.failureReason = reasons.join(QLatin1Char(' '));
+    error.recoverySuggestion = QStringLiteral("Nothing was written. Give each image a key of its "
+                                              "own, or choose another matching style.");
+    return error;
+}
+
+} // namespace qb
