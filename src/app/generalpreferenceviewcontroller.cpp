@@ -148,6 +148,8 @@ QWidget* GeneralPreferenceViewController::makeAlertsGroup()
          "warnOnHeaderMismatch", &Preferences::warnOnHeaderMismatchChanged},
         {QStringLiteral("Show a message when metadata has been written"),
          "presentDialogueOnSuccess", &Preferences::presentDialogueOnSuccessChanged},
+        {QStringLiteral("Keep a journal of the values each write replaces, for restoring them"),
+         "keepWriteJournal", &Preferences::keepWriteJournalChanged},
     };
     for (const auto& entry : boxes) {
         QCheckBox* box = makeCheckBox(entry.text, QString::fromLatin1(entry.property), group);
