@@ -26,7 +26,7 @@ without = [float(t) for t in sys.argv[2].split()]
 a, b = statistics.median(with_), statistics.median(without)
 runs = lambda times: ", ".join(f"{t:.2f}" for t in times)
 print(f"write of {sys.argv[3]} JPEGs with and without the journal (median of 3 rounds)")
-print(f"  with the journal    : {a:7.2f} s  ({runs(with_)}; {sys.argv[4]} journals kept)")
-print(f"  without (--no-journal): {b:7.2f} s  ({runs(without)})")
-print(f"  ratio (with / without): {a / b:7.3f}  (target <= 1.5)")
+print(f"  with the journal       : {a:7.2f} s  ({runs(with_)}; {sys.argv[4]} journals kept)")
+print(f"  without (--no-journal) : {b:7.2f} s  ({runs(without)})")
+print(f"  ratio (with / without) : {a / b:7.3f}  (target <= 1.5)")
 PY

@@ -58,10 +58,12 @@ PreviewDialog::PreviewDialog(WritePreview preview, QWidget* parent)
     layout->addWidget(m_changesOnly);
     layout->addWidget(m_table, 1);
     if (!m_preview.unmatched.isEmpty()) {
-        auto* unmatched =
-            new QLabel(QStringLiteral("%1 images matched no row and stay as they are.")
-                           .arg(m_preview.unmatched.size()),
-                       this);
+        const qsizetype count = m_preview.unmatched.size();
+        auto* unmatched = new QLabel(
+            count == 1
+                ? QStringLiteral("1 image matched no row and stays as it is.")
+                : QStringLiteral("%1 images matched no row and stay as they are.").arg(count),
+            this);
         unmatched->setObjectName(QStringLiteral("unmatchedLabel"));
         unmatched->setToolTip(m_preview.unmatched.join(QLatin1Char('\n')));
         layout->addWidget(unmatched);

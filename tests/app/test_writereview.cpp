@@ -41,7 +41,7 @@ TEST(PreviewDialog, ListsEveryFieldAndFiltersToTheChanges)
     ASSERT_EQ(table.rowCount(), 1);
     EXPECT_EQ(table.item(0, 1)->text(), "City");
     EXPECT_EQ(dialog.findChild<QLabel*>("unmatchedLabel")->text(),
-              "1 images matched no row and stay as they are.");
+              "1 image matched no row and stays as it is.");
 }
 
 TEST(FailedFilesDialog, NamesEachFailedFileWithItsReason)
