@@ -487,6 +487,7 @@ void ViewController::setWorking(bool working)
                 showQueueStatus();
             } else {
                 m_statusTimer->stop();
+                m_progressText.clear();
                 m_statusLabel->clear();
             }
         },
@@ -496,7 +497,8 @@ void ViewController::setWorking(bool working)
 void ViewController::showQueueStatus()
 {
     const auto method = m_services.preferences->writeMethod();
-    m_statusLabel->setText(MetadataQueue::shared(method).statusText().value_or(QString()));
+    // Waiting for another process's write says more than a count at zero.
+    m_statusLabel->setText(MetadataQueue::shared(method).statusText().value_or(m_progressText));
 }
 
 void ViewController::assignMetadata()
@@ -581,6 +583,8 @@ void ViewController::showProgress(qsizetype done, qsizetype total)
         return;
     progressIndicator->setRange(0, int(total));
     progressIndicator->setValue(int(done));
+    m_progressText = QStringLiteral("%1 of %2 images written").arg(done).arg(total);
+    showQueueStatus();
 }
 
 void ViewController::restoreLastWrite()

@@ -150,6 +150,8 @@ private:
     // What exiftool said of this window's last write, its journal included.
     WriteReport m_lastReport;
     QString m_lastJournal;
+    // "120 of 1,000 images written" while a long write runs.
+    QString m_progressText;
     std::set<MetadataQueue*> m_watchedQueues;
     std::shared_ptr<URLImageProvider> m_provider;
     std::optional<ImageValidator::ValidatedImages> m_validatedImages;

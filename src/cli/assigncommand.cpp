@@ -334,6 +334,10 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                                            "'assign --help'"));
         return ExitStatus::usage;
     }
+    if (parser.isSet(options.json) && !parser.isSet(options.preview)) {
+        printError(streams, QStringLiteral("--json goes with --preview"));
+        return ExitStatus::usage;
+    }
     if (parser.positionalArguments().isEmpty()) {
         printError(streams, QStringLiteral("assign needs at least one image or folder"));
         return ExitStatus::usage;
