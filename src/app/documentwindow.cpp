@@ -149,9 +149,12 @@ QMenu* DocumentWindow::buildFileMenu()
                 QKeySequence(Qt::CTRL | Qt::Key_I), [this] { m_controller->selectImagesAction(); });
     addMenuItem(*menu, "exportCaptureFoldersAction", "&Export Capture Folders\u2026", {},
                 [this] { m_controller->exportCaptureFolders(); });
+    addMenuItem(*menu, "restoreLastWriteAction", "Restore Values Before Last Write\u2026", {},
+                [this] { m_controller->restoreLastWrite(); });
     menu->addSeparator();
     addMenuItem(*menu, "quitAction", "&Quit", QKeySequence::Quit, [this] { m_actions.quit(); });
     connect(menu, &QMenu::aboutToShow, this, [this] {
+        action("restoreLastWriteAction")->setEnabled(m_controller->canRestoreLastWrite());
         action("revertAction")
             ->setEnabled(!packagePath().isEmpty() && m_document->isDocumentEdited());
     });

@@ -103,6 +103,14 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
     m_writeMethodDescription->setWordWrap(true);
     m_writeMethodDescription->setContentsMargins(0, 6, 0, 0);
     layout->addWidget(m_writeMethodDescription);
+
+    // The journal is what File ▸ Restore Values Before Last Write reads.
+    QCheckBox* journal =
+        makeCheckBox(QStringLiteral("Keep the replaced values, to restore them later"),
+                     QStringLiteral("keepWriteJournal"), group);
+    new CheckboxBinding(journal, &m_preferences, "keepWriteJournal");
+    connect(&m_preferences, &Preferences::keepWriteJournalChanged, journal, &QCheckBox::setChecked);
+    layout->addWidget(journal);
     return group;
 }
 

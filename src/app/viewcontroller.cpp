@@ -6,6 +6,7 @@
 #include "app/imagedatasoucecontroller.h"
 #include "app/imagewarningviewcontroller.h"
 #include "app/shotlistviewcontroller.h"
+#include "app/writereviewdialogs.h"
 
 #include "widgets/dropviews.h"
 #include "widgets/fileandfolderdialog.h"
@@ -14,6 +15,8 @@
 #include "kit/matchfindings.h"
 #include "kit/preferences.h"
 #include "kit/shotlistcoordinator.h"
+#include "kit/writejournal.h"
+#include "kit/writepreview.h"
 
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"
@@ -27,6 +30,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QSet>
 #include <QShowEvent>
 #include <QStyle>
 #include <QTimer>
@@ -143,8 +147,12 @@ QWidget* ViewController::buildImageBar()
     actionButton->setObjectName(QStringLiteral("actionButton"));
     actionButton->setAccessibleName(assignTitle);
     actionButton->setDefault(true);
+    previewButton = new QPushButton(QStringLiteral("Preview\u2026"), bar);
+    previewButton->setObjectName(QStringLiteral("previewButton"));
+    previewButton->setAccessibleName(QStringLiteral("Preview the write"));
     layout->addWidget(m_statusLabel);
     layout->addWidget(progressIndicator);
+    layout->addWidget(previewButton);
     layout->addWidget(actionButton);
 
     m_statusTimer = new QTimer(this);
@@ -152,6 +160,7 @@ QWidget* ViewController::buildImageBar()
     connect(m_statusTimer, &QTimer::timeout, this, &ViewController::showQueueStatus);
     connect(select, &QPushButton::clicked, this, &ViewController::selectImagesAction);
     connect(actionButton, &QPushButton::clicked, this, &ViewController::assignMetadata);
+    connect(previewButton, &QPushButton::clicked, this, &ViewController::previewMetadata);
     connect(imageWarningButton, &QToolButton::clicked, this, &ViewController::showImageWarning);
     connect(imageStatusButton, &QPushButton::clicked, this, &ViewController::showShotlist);
     return bar;
@@ -175,6 +184,7 @@ void ViewController::viewDidLoad()
     m_services.center->addObserver(ruleTextChangeNotification, nullptr, this,
                                    [this](const QObject*) { saveRows(); });
     actionButton->setEnabled(false);
+    previewButton->setEnabled(false);
     connect(m_services.preferences, &Preferences::writeMethodValueChanged, this, [this] {
         refreshImageDisplay();
         m_services.center->post(dataSourceChangeNotification, this);
@@ -273,6 +283,7 @@ void ViewController::refreshImageDisplay()
         imageWarningButton->hide();
         imageStatusButton->hide();
         actionButton->setEnabled(false);
+        previewButton->setEnabled(false);
         return;
     }
     imageDropNotice->hide();
@@ -284,6 +295,7 @@ void ViewController::refreshImageDisplay()
     actionButton->show();
     const bool ready = m_datasourceView && m_datasourceView->isReady();
     actionButton->setEnabled(!m_working && !m_validatedImages->validImages.isEmpty() && ready);
+    previewButton->setEnabled(actionButton->isEnabled());
     m_matchFindings = findMatchFindings(m_validatedImages->validImages);
     imageWarningButton->setVisible(m_validatedImages->invalidCount != 0 ||
                                    !m_matchFindings.isEmpty() || !m_leftOutImages.isEmpty());
@@ -467,12 +479,15 @@ void ViewController::setWorking(bool working)
             m_working = working;
             actionButton->setText(working ? workingTitle : assignTitle);
             actionButton->setEnabled(!working);
+            previewButton->setEnabled(!working);
             progressIndicator->setVisible(working);
+            progressIndicator->setRange(0, 0);
             if (working) {
                 m_statusTimer->start();
                 showQueueStatus();
             } else {
                 m_statusTimer->stop();
+                m_progressText.clear();
                 m_statusLabel->clear();
             }
         },
@@ -482,7 +497,8 @@ void ViewController::setWorking(bool working)
 void ViewController::showQueueStatus()
 {
     const auto method = m_services.preferences->writeMethod();
-    m_statusLabel->setText(MetadataQueue::shared(method).statusText().value_or(QString()));
+    // Waiting for another process's write says more than a count at zero.
+    m_statusLabel->setText(MetadataQueue::shared(method).statusText().value_or(m_progressText));
 }
 
 void ViewController::assignMetadata()
@@ -491,6 +507,11 @@ void ViewController::assignMetadata()
     const MetadataQueue::WriteMethod method = m_services.preferences->writeMethod();
     MetadataQueue& queue = MetadataQueue::shared(method);
     queue.setSidecarNaming(m_services.preferences->sidecarNaming());
+    queue.setJournalDirectory(m_services.preferences->keepWriteJournal()
+                                  ? std::optional(journalDirectory())
+                                  : std::nullopt);
+    watchQueue(queue);
+    m_lastReport = {};
     std::vector<MetadataMapping> mappings = mappingsForRows(ruleEditor->allRowCriteria());
     const std::shared_ptr<MetadataSource> source = m_datasourceView->dataSource();
     queue.addImages(*m_provider, *source, std::move(mappings));
@@ -522,11 +543,106 @@ void ViewController::finishWrite(const MetadataQueue::WriteResult& result,
         qbLog(QStringLiteral("ERROR writing metadata"));
         qbLog(result.error().errorDescription);
         const Error error = result.error();
+        // Every failed file with its own reason, not the first error only.
+        const FileOutcomes outcomes = m_lastReport.outcomes;
         QMetaObject::invokeMethod(
-            this, [this, error] { presentError(window(), error); }, Qt::QueuedConnection);
+            this,
+            [this, error, outcomes] {
+                if (countOutcomes(outcomes).failed == 0) {
+                    presentError(window(), error);
+                    return;
+                }
+                auto* dialog = new FailedFilesDialog(error, outcomes, window());
+                dialog->setAttribute(Qt::WA_DeleteOnClose);
+                dialog->setWindowModality(Qt::WindowModal);
+                dialog->open();
+            },
+            Qt::QueuedConnection);
     }
     setWorking(false);
     emit writeFinished(result.has_value());
+}
+
+void ViewController::watchQueue(MetadataQueue& queue)
+{
+    if (!m_watchedQueues.insert(&queue).second)
+        return;
+    connect(&queue, &MetadataQueue::writeReported, this, [this](const WriteReport& report) {
+        m_lastReport = report;
+        if (!report.journalPath.isEmpty())
+            m_lastJournal = report.journalPath;
+    });
+    connect(&queue, &MetadataQueue::writeProgress, this, &ViewController::showProgress);
+}
+
+void ViewController::showProgress(qsizetype done, qsizetype total)
+{
+    // A short write is over before a bar could tell anything.
+    constexpr qsizetype determinateFrom = 300;
+    if (!m_working || total < determinateFrom)
+        return;
+    progressIndicator->setRange(0, int(total));
+    progressIndicator->setValue(int(done));
+    m_progressText = QStringLiteral("%1 of %2 images written").arg(done).arg(total);
+    showQueueStatus();
+}
+
+void ViewController::restoreLastWrite()
+{
+    const auto journal = WriteJournal::load(m_lastJournal);
+    if (!journal) {
+        presentError(window(), journal.error());
+        return;
+    }
+    const auto method = m_services.preferences->writeMethod();
+    const auto restored =
+        restoreJournal(*journal, ExifTool(MetadataQueue::shared(method).exiftoolLocation(), {}));
+    if (!restored) {
+        presentError(window(), restored.error());
+        return;
+    }
+    QStringList failed;
+    for (const FileOutcome& outcome : *restored) {
+        if (outcome.kind == FileOutcomeKind::failed)
+            failed << QStringLiteral("%1: %2").arg(outcome.path, outcome.message);
+    }
+    auto* box = new QMessageBox(failed.isEmpty() ? QMessageBox::Information : QMessageBox::Warning,
+                                QStringLiteral("Quillbrook"),
+                                QStringLiteral("Values before the last write restored: %1.")
+                                    .arg(outcomeCountsText(countOutcomes(*restored))),
+                                QMessageBox::Ok, window());
+    box->setObjectName(QStringLiteral("restoreAlert"));
+    box->setInformativeText(cappedLines(failed.join(QLatin1Char('\n'))));
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::WindowModal);
+    box->open();
+}
+
+void ViewController::previewMetadata()
+{
+    const std::shared_ptr<MetadataSource> source = m_datasourceView->dataSource();
+    const ExifImages images =
+        mapImages(*m_provider, *source, mappingsForRows(ruleEditor->allRowCriteria()));
+    QSet<QUrl> matched;
+    for (const auto& image : images)
+        matched.insert(image->url().value_or(QUrl()));
+    QList<QUrl> unmatched;
+    for (const QUrl& url : m_provider->images()) {
+        if (!matched.contains(url))
+            unmatched << url;
+    }
+    const auto method = m_services.preferences->writeMethod();
+    const auto preview = previewWrite(
+        ExifTool(MetadataQueue::shared(method).exiftoolLocation(), {}), images, unmatched);
+    if (!preview) {
+        presentError(window(), preview.error());
+        return;
+    }
+    auto* dialog = new PreviewDialog(*preview, window());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(Qt::WindowModal);
+    connect(dialog, &QDialog::accepted, this, &ViewController::assignMetadata);
+    dialog->open();
 }
 
 } // namespace qb

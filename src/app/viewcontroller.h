@@ -16,6 +16,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 
 class QAction;
 class QCheckBox;
@@ -61,6 +62,7 @@ public:
     QLabel* imageCountLabel;
     QProgressBar* progressIndicator;
     QPushButton* actionButton;
+    QPushButton* previewButton;
     QToolButton* imageWarningButton;
     QPushButton* imageStatusButton;
     DestinationView* imageDropTarget;
@@ -111,6 +113,15 @@ signals:
 protected:
     void showEvent(QShowEvent* event) override;
 
+public:
+    // Reads what the write would change and shows it in a table, from
+    // which the user can go on to write.
+    void previewMetadata();
+    // Puts back the values this window's last write replaced, from its
+    // journal, and tells how that went.
+    void restoreLastWrite();
+    bool canRestoreLastWrite() const { return !m_lastJournal.isEmpty(); }
+
 private:
     void buildView();
     QWidget* buildImageBar();
@@ -123,6 +134,8 @@ private:
     void showQueueStatus();
     void finishWrite(const MetadataQueue::WriteResult& result, MetadataQueue::WriteMethod method,
                      int count);
+    void watchQueue(MetadataQueue& queue);
+    void showProgress(qsizetype done, qsizetype total);
     FileAndFolderDialog& openPanel();
     QStringList findMatchFindings(const QList<QUrl>& images) const;
     QString imageWarningText() const;
@@ -134,6 +147,12 @@ private:
     bool m_firstLoad = true;
     bool m_criteriaAreLoading = false;
     bool m_working = false;
+    // What exiftool said of this window's last write, its journal included.
+    WriteReport m_lastReport;
+    QString m_lastJournal;
+    // "120 of 1,000 images written" while a long write runs.
+    QString m_progressText;
+    std::set<MetadataQueue*> m_watchedQueues;
     std::shared_ptr<URLImageProvider> m_provider;
     std::optional<ImageValidator::ValidatedImages> m_validatedImages;
     QStringList m_matchFindings;

@@ -14,6 +14,9 @@
 #include "kit/preferences.h"
 #include "kit/urlimageprovider.h"
 #include "kit/writechecks.h"
+#include "kit/writejournal.h"
+#include "kit/writepreview.h"
+#include "writereporting.h"
 
 #include <QEventLoop>
 
@@ -44,6 +47,17 @@ struct AssignOptions {
                                                   "digiKam read them); default: the "
                                                   "preferences."),
                                    QStringLiteral("FORM")};
+    QCommandLineOption preview{QStringLiteral("preview"),
+                               QStringLiteral("Print each image's tags as current → new, and "
+                                              "the images no row matched; write nothing.")};
+    QCommandLineOption json{QStringLiteral("json"), QStringLiteral("Print the preview as JSON.")};
+    QCommandLineOption report{QStringLiteral("report"),
+                              QStringLiteral("Write each file's outcome of the write to FILE, as "
+                                             "JSON."),
+                              QStringLiteral("FILE")};
+    QCommandLineOption noJournal{QStringLiteral("no-journal"),
+                                 QStringLiteral("Keep no journal of the values the write "
+                                                "replaces (see 'undo').")};
 };
 
 std::optional<Method> writeMethodNamed(const QString& name)
@@ -73,11 +87,13 @@ ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& 
 {
     for (const QString& warning : report.warnings)
         printError(streams, warning);
-    QString counts = report.countsText();
+    QString counts = report.outcomes.empty() ? report.countsText()
+                                             : outcomeCountsText(countOutcomes(report.outcomes));
     if (leftOut > 0 && !counts.isEmpty())
         counts += QStringLiteral(", %1 left out").arg(leftOut);
     if (!outcome) {
         printError(streams, outcome.error());
+        printFailedFiles(report.outcomes, streams);
         if (!counts.isEmpty())
             printError(streams, counts);
         return isInterrupted() ? ExitStatus::interrupted : ExitStatus::failure;
@@ -92,10 +108,20 @@ ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& 
 
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
-ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming,
-                 const QString& exiftool, qsizetype leftOut, Streams& streams)
+struct WriteChoice {
+    Method method;
+    SidecarNaming naming;
+    bool journal = true;
+    QString reportPath;
+};
+
+ExitStatus write(const ExifImages& images, const WriteChoice& choice, const QString& exiftool,
+                 qsizetype leftOut, Streams& streams)
 {
+    const Method method = choice.method;
+    const SidecarNaming naming = choice.naming;
     MetadataQueue& queue = MetadataQueue::shared(method);
+    queue.setJournalDirectory(choice.journal ? std::optional(journalDirectory()) : std::nullopt);
     if (!exiftool.isEmpty())
         queue.setExiftoolLocation(absolutePath(exiftool));
     queue.setSidecarNaming(naming);
@@ -109,11 +135,19 @@ ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming,
     });
     QObject::connect(&queue, &MetadataQueue::writeReported, &loop,
                      [&written](const WriteReport& said) { written = said; });
+    ProgressBar bar(streams);
+    QObject::connect(&queue, &MetadataQueue::writeProgress, &loop,
+                     [&bar](qsizetype done, qsizetype total) { bar.show(done, total); });
     queue.write([&](const MetadataQueue::WriteResult& result) {
         outcome = result;
         loop.quit();
     });
     loop.exec();
+    bar.finish();
+    if (!choice.reportPath.isEmpty()) {
+        if (auto saved = saveReport(written, choice.reportPath); !saved)
+            printError(streams, saved.error());
+    }
     return report(*outcome, written, leftOut, streams);
 }
 
@@ -174,18 +208,15 @@ std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method me
     return std::nullopt;
 }
 
-struct WriteChoice {
-    Method method;
-    SidecarNaming naming;
-};
-
 // The method and the sidecar name of the options, else of the preferences.
 std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& parser,
                                                    const AssignOptions& options, Streams& streams)
 {
     Preferences preferences;
     preferences.registerDefaults();
-    WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming()};
+    WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming(),
+                       preferences.keepWriteJournal() && !parser.isSet(options.noJournal),
+                       parser.value(options.report)};
     if (parser.isSet(options.method)) {
         const auto named = writeMethodNamed(parser.value(options.method));
         if (!named) {
@@ -261,6 +292,9 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
     const QString exiftool = parser.value(sourceOptions.exiftool);
     if (const auto refused = checkBeforeWriting(images, choice.method, exiftool, streams))
         return *refused;
+    if (parser.isSet(options.preview))
+        return printPreview(images, unmatchedImages(found.images, images), exiftoolFor(exiftool),
+                            parser.isSet(options.json), streams);
     if (parser.isSet(options.dryRun)) {
         printDryRun(images, choice.method, streams);
         return ExitStatus::success;
@@ -270,7 +304,7 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
         printError(streams, QStringLiteral("no image matched a row; nothing was written"));
         return ExitStatus::success;
     }
-    return write(images, choice.method, choice.naming, exiftool, found.leftOut.size(), streams);
+    return write(images, choice, exiftool, found.leftOut.size(), streams);
 }
 
 } // namespace
@@ -284,8 +318,9 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions(
-        {options.mappings, options.dryRun, options.strict, options.method, options.sidecarName});
+    parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
+                       options.sidecarName, options.preview, options.json, options.report,
+                       options.noJournal});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
@@ -297,6 +332,10 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
         printError(streams, QStringLiteral("assign needs --mappings or --document; see "
                                            "'assign --help'"));
+        return ExitStatus::usage;
+    }
+    if (parser.isSet(options.json) && !parser.isSet(options.preview)) {
+        printError(streams, QStringLiteral("--json goes with --preview"));
         return ExitStatus::usage;
     }
     if (parser.positionalArguments().isEmpty()) {

@@ -3,6 +3,7 @@
 #include "command.h"
 #include "csvcommand.h"
 #include "documentcommand.h"
+#include "journalcommands.h"
 #include "readcommand.h"
 #include "shotcommands.h"
 
@@ -19,10 +20,14 @@ const std::vector<Command>& commands()
          documentCommand},
         {QStringLiteral("folders"), QStringLiteral("Create a capture folder for each row."),
          foldersCommand},
+        {QStringLiteral("journal"),
+         QStringLiteral("List the journals of the values writes replaced."), journalCommand},
         {QStringLiteral("read"), QStringLiteral("Print the metadata of images as JSON."),
          readCommand},
         {QStringLiteral("shotlist"), QStringLiteral("List the shots and their images."),
          shotlistCommand},
+        {QStringLiteral("undo"),
+         QStringLiteral("Put back the values a write replaced, from its journal."), undoCommand},
         {QStringLiteral("validate"),
          QStringLiteral("List the images the current write method can write."), validateCommand},
     };

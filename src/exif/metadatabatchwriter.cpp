@@ -75,8 +75,11 @@ std::expected<void, Error> MetadataBatchWriter::writeJSON(const QString& path, b
 
 void MetadataBatchWriter::writeImages(const QString& jsonPath, const MetadataCompletion& completion)
 {
-    write({QStringLiteral("-json=") + jsonPath}, QStringLiteral("Finished writing images."),
-          completion);
+    QStringList tags;
+    for (const MetadataValueBox& box : m_tags)
+        tags << box.tag();
+    write(QStringList{QStringLiteral("-json=") + jsonPath} + iptcCharsetArguments(tags),
+          QStringLiteral("Finished writing images."), completion);
 }
 
 void MetadataBatchWriter::writeSidecars(const QString& jsonPath,

@@ -5,6 +5,8 @@
 
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace qb {
 
 QString sidecarNamingName(SidecarNaming naming)
@@ -82,6 +84,17 @@ QString WriteReport::countsText() const
         .arg(failed.value_or(0));
 }
 
+QStringList iptcCharsetArguments(const QStringList& tags)
+{
+    const bool writesIptc = std::ranges::any_of(tags, [](const QString& tag) {
+        return tag.startsWith(QLatin1String("IPTC:"), Qt::CaseInsensitive);
+    });
+    if (!writesIptc)
+        return {};
+    return {QStringLiteral("-codedcharacterset=utf8"), QStringLiteral("-charset"),
+            QStringLiteral("iptc=utf8")};
+}
+
 WriteReport runExiftoolWrite(const ExifTool& exiftool, QStringList arguments,
                              const QList<QUrl>& files, bool verbose, const QString& closingMessage,
                              const MetadataCompletion& completion)
@@ -97,10 +110,13 @@ WriteReport runExiftoolWrite(const ExifTool& exiftool, QStringList arguments,
             report = WriteReport::fromOutput(failure.process().response,
                                              failure.stdErr().value_or(QString()).toUtf8());
             report.warnings.clear();
+            report.standardError = failure.stdErr().value_or(QString());
             completion(std::unexpected(result.error().toError(ExiftoolTask::write)));
             return;
         }
         report = WriteReport::fromOutput(result->response, result->standardError);
+        report.standardError = decodedUtf8(result->standardError)
+                                   .value_or(QString::fromLocal8Bit(result->standardError));
         if (verbose)
             printResponse(result->response);
         completion(closingMessage);

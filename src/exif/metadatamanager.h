@@ -3,6 +3,7 @@
 
 #include "exif/exifimage.h"
 #include "exif/exiftool.h"
+#include "exif/fileoutcomes.h"
 #include "extensions/error.h"
 
 #include <QList>
@@ -40,6 +41,13 @@ struct WriteReport {
     std::optional<int> failed;
     // Lines on standard error of a run that succeeded.
     QStringList warnings;
+    // All of exiftool's standard error, which names the files it failed on.
+    QString standardError;
+    // One outcome for each file of the batch; filled in by the queue, which
+    // knows the files.
+    FileOutcomes outcomes;
+    // The journal of the values the write replaced; empty without one.
+    QString journalPath;
 
     static WriteReport fromOutput(const QByteArray& standardOutput,
                                   const QByteArray& standardError);
@@ -89,5 +97,10 @@ protected:
 WriteReport runExiftoolWrite(const ExifTool& exiftool, QStringList arguments,
                              const QList<QUrl>& files, bool verbose, const QString& closingMessage,
                              const MetadataCompletion& completion);
+
+// exiftool's options that keep non-Latin text whole in IPTC, when one of
+// `tags` is an IPTC tag; none otherwise, so that other batches keep their
+// command line.
+QStringList iptcCharsetArguments(const QStringList& tags);
 
 } // namespace qb

@@ -190,7 +190,14 @@ std::expected<void, Error> MetadataReader::writeJSON(const QString& path, bool s
 
 void MetadataReader::writeImages(const QString& jsonPath, const MetadataCompletion& completion)
 {
-    write({jsonOption + jsonPath, QStringLiteral("-struct"), QStringLiteral("-ignoreMinorErrors")},
+    QStringList tags;
+    for (const auto& entry : m_loadedImages) {
+        for (const auto& value : entry.second->metadata)
+            tags << value.first;
+    }
+    write(QStringList{jsonOption + jsonPath, QStringLiteral("-struct"),
+                      QStringLiteral("-ignoreMinorErrors")} +
+              iptcCharsetArguments(tags),
           QStringLiteral("Finished writing images."), completion);
 }
 

@@ -339,4 +339,16 @@ void MetadataQueue::write(Completion completion)
         Qt::QueuedConnection);
 }
 
+void MetadataQueue::setJournalDirectory(std::optional<QString> directory)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_journalDirectory = std::move(directory);
+}
+
+std::optional<QString> MetadataQueue::journalDirectoryChoice() const
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_journalDirectory;
+}
+
 } // namespace qb

@@ -99,6 +99,9 @@ public:
     // Where a write learns which tags exiftool can write; null lets every
     // tag through. The process-wide cache unless set.
     void setWritableTags(WritableTagsCache* cache);
+    // Where each write first keeps a journal of the values it replaces;
+    // none is kept when there is no folder, as for a new queue.
+    void setJournalDirectory(std::optional<QString> directory);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
                    std::vector<MetadataMapping> mappings);
@@ -120,6 +123,9 @@ signals:
     // On the main thread, just before the completion of each write: what
     // exiftool said of it.
     void writeReported(const qb::WriteReport& report);
+    // On the main thread, while exiftool runs: how many of the batch's
+    // files have been written so far.
+    void writeProgress(qsizetype done, qsizetype total);
 
 private:
     using Continuation = std::function<void(const WriteResult&, const WriteReport&)>;
@@ -135,6 +141,7 @@ private:
     std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;
     void takeWritten(const ImageMap& batch);
     void announceWaiting();
+    std::optional<QString> journalDirectoryChoice() const;
 
     WriteMethod m_writeMethod;
     double m_timerBuffer;
@@ -155,6 +162,7 @@ private:
     SidecarNaming m_sidecarNaming = SidecarNaming::name;
     QString m_writerLockPath = WriterLock::defaultPath();
     WritableTagsCache* m_writableTags = &WritableTagsCache::shared();
+    std::optional<QString> m_journalDirectory;
     // Set when the queue goes, so that a write waiting for the lock gives up.
     std::atomic<bool> m_stopping = false;
     std::atomic<bool> m_waitingForWriter = false;

@@ -4,12 +4,16 @@
 #include "metadataqueue.h"
 
 #include "kit/writechecks.h"
+#include "kit/writejournal.h"
+#include "kit/writepreview.h"
+#include "kit/writeprogress.h"
 
 #include "extensions/interruption.h"
 #include "extensions/log.h"
 
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QTemporaryDir>
 
 #include <sys/stat.h>
@@ -69,6 +73,20 @@ public:
         }
     }
 
+    // The path of each file, and whether it has changed, in batch order.
+    const QString& path(std::size_t index) const { return m_files[index].path; }
+    bool changed(std::size_t index) const
+    {
+        return state(m_files[index].path) != m_files[index].before;
+    }
+    QStringList paths() const
+    {
+        QStringList result;
+        for (const File& file : m_files)
+            result << file.path;
+        return result;
+    }
+
     qsizetype changedCount() const
     {
         return std::ranges::count_if(
@@ -111,6 +129,28 @@ ExifImages imagesOf(const MetadataQueue::ImageMap& batch)
     for (const auto& entry : batch)
         images.push_back(entry.second);
     return images;
+}
+
+// Each image's outcome, from exiftool's lines about it or its file (the
+// sidecar for XMP) and whether that changed on disk.
+FileOutcomes outcomesOf(const MetadataQueue::ImageMap& batch, const WriteTargets& targets,
+                        const QString& standardError)
+{
+    QStringList images;
+    QHash<QString, QString> imageOfTarget;
+    std::size_t index = 0;
+    for (const auto& entry : batch) {
+        images << entry.first.toLocalFile();
+        imageOfTarget.insert(targets.path(index++), images.last());
+    }
+    std::vector<FileMessage> messages = fileMessages(standardError, images + targets.paths());
+    for (FileMessage& message : messages)
+        message.path = imageOfTarget.value(message.path, message.path);
+    QHash<QString, std::size_t> indexOf;
+    for (std::size_t i = 0; i < std::size_t(images.size()); ++i)
+        indexOf.insert(images[qsizetype(i)], i);
+    return fileOutcomes(images, messages,
+                        [&](const QString& path) { return targets.changed(indexOf.value(path)); });
 }
 
 } // namespace
@@ -223,6 +263,21 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     }
     // Taken now, when each image's SourceFile names the file to be written.
     const WriteTargets targets(batch);
+    QString journal;
+    if (const auto directory = journalDirectoryChoice()) {
+        const auto kept = keepJournal(exiftool, targets.paths(), destinationTags(imagesOf(batch)),
+                                      caseName(m_writeMethod), m_clock(), *directory);
+        if (!kept) {
+            continuation(std::unexpected(kept.error()), {});
+            return;
+        }
+        journal = *kept;
+    }
+    std::optional<WriteProgress> progress;
+    progress.emplace(targets.paths(), [this](qsizetype done, qsizetype total) {
+        QMetaObject::invokeMethod(
+            this, [this, done, total] { emit writeProgress(done, total); }, Qt::QueuedConnection);
+    });
     WriteResult result = std::unexpected(Error{});
     const MetadataCompletion done = [&result](std::expected<QString, Error> outcome) {
         result = std::move(outcome);
@@ -231,9 +286,13 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
         m_exifWriter->writeSidecars(file, done);
     else
         m_exifWriter->writeImages(file, done);
+    progress.reset();
     if (!result && isInterrupted())
         result = std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
-    continuation(result, m_exifWriter->lastWriteReport());
+    WriteReport report = m_exifWriter->lastWriteReport();
+    report.outcomes = outcomesOf(batch, targets, report.standardError);
+    report.journalPath = journal;
+    continuation(result, report);
 }
 
 void MetadataQueue::announceWaiting()

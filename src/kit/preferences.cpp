@@ -30,7 +30,8 @@ Preferences::Defaults Preferences::defaultValues()
     return {{includeBetaReleasesKey, true},
             {writeMethodKey, 1},
             {warnOnHeaderMismatchKey, true},
-            {presentDialogueOnSuccessKey, false}};
+            {presentDialogueOnSuccessKey, false},
+            {keepWriteJournalKey, true}};
 }
 
 QString describeDefaults(const Preferences::Defaults& defaults)
@@ -166,10 +167,23 @@ SidecarNaming Preferences::sidecarNaming() const
     return sidecarNamingNamed(value(sidecarNameKey).toString()).value_or(SidecarNaming::name);
 }
 
+bool Preferences::keepWriteJournal() const
+{
+    // Unregistered, as in a process that never registered the defaults,
+    // it is on: a journal kept needlessly costs less than one missed.
+    const QVariant stored = value(keepWriteJournalKey);
+    return !stored.isValid() || stored.toBool();
+}
+
+void Preferences::setKeepWriteJournal(bool keep)
+{
+    setValue(keepWriteJournalKey, keep);
+}
+
 Preferences::Observed Preferences::observed() const
 {
     return {includeBetaReleases(), warnOnHeaderMismatch(), presentDialogueOnSuccess(),
-            writeMethodValue(), sidecarName()};
+            writeMethodValue(),    sidecarName(),          keepWriteJournal()};
 }
 
 void Preferences::notifyChanges(const Observed& before)
@@ -185,6 +199,8 @@ void Preferences::notifyChanges(const Observed& before)
         emit writeMethodValueChanged(now.writeMethodValue);
     if (now.sidecarName != before.sidecarName)
         emit sidecarNameChanged(now.sidecarName);
+    if (now.keepWriteJournal != before.keepWriteJournal)
+        emit keepWriteJournalChanged(now.keepWriteJournal);
 }
 
 } // namespace qb

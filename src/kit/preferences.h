@@ -35,6 +35,8 @@ class Preferences : public QObject {
     Q_PROPERTY(int writeMethodValue READ writeMethodValue WRITE setWriteMethodValue NOTIFY
                    writeMethodValueChanged)
     Q_PROPERTY(QString sidecarName READ sidecarName WRITE setSidecarName NOTIFY sidecarNameChanged)
+    Q_PROPERTY(bool keepWriteJournal READ keepWriteJournal WRITE setKeepWriteJournal NOTIFY
+                   keepWriteJournalChanged)
 
 public:
     static inline const QString includeBetaReleasesKey = QStringLiteral("includeBetaReleases");
@@ -44,6 +46,7 @@ public:
         QStringLiteral("presentDialogueOnSuccess");
     static inline const QString writeMethodValueKey = QStringLiteral("writeMethodValue");
     static inline const QString sidecarNameKey = QStringLiteral("sidecarName");
+    static inline const QString keepWriteJournalKey = QStringLiteral("keepWriteJournal");
 
     using Defaults = std::vector<std::pair<QString, QVariant>>;
     // What the application registers at launch, in this order.
@@ -87,6 +90,9 @@ public:
     QString sidecarName() const;
     void setSidecarName(const QString& name);
     SidecarNaming sidecarNaming() const;
+    // Whether each write first keeps the values it replaces, for undo.
+    bool keepWriteJournal() const;
+    void setKeepWriteJournal(bool keep);
 
     QSettings& settings() { return *m_settings; }
 
@@ -96,6 +102,7 @@ signals:
     void presentDialogueOnSuccessChanged(bool present);
     void writeMethodValueChanged(int value);
     void sidecarNameChanged(const QString& name);
+    void keepWriteJournalChanged(bool keep);
 
 private:
     struct Observed {
@@ -104,6 +111,7 @@ private:
         bool presentDialogueOnSuccess;
         int writeMethodValue;
         QString sidecarName;
+        bool keepWriteJournal;
     };
     Observed observed() const;
     void notifyChanges(const Observed& before);

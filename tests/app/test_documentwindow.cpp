@@ -162,11 +162,14 @@ TEST_F(DocumentWindowTest, AnImageDocumentEndsWithTheImagePanel)
     openWindow(writePackage("[]", "imagesource"));
     for (const char* name :
          {"newAction", "openAction", "closeAction", "saveAction", "saveAsAction", "revertAction",
-          "selectImagesAction", "exportCaptureFoldersAction", "quitAction", "undoAction",
-          "redoAction", "toggleIsEditableAction", "preferencesAction", "csvsourceAction",
+          "selectImagesAction", "exportCaptureFoldersAction", "restoreLastWriteAction",
+          "quitAction", "undoAction", "redoAction", "toggleIsEditableAction",
+          "preferencesAction", "csvsourceAction",
           "imagesourceAction", "showOnlineHelpAction", "showWbsiteAction",
           "showStudioWebsiteAction", "sendFeedbackAction"})
         EXPECT_TRUE(m_window->action(name)) << name;
+    // Nothing was written from this window, so there is nothing to restore.
+    EXPECT_FALSE(controller().canRestoreLastWrite());
     EXPECT_TRUE(dynamic_cast<ImageDataSouceController*>(controller().datasourceView()));
     QAction* images = m_window->action("imagesourceAction");
     controller().validateUserInterfaceItem(images);

@@ -64,6 +64,7 @@ TEST_F(PreferencesWindowTest, ANewUserWritesDirectlyAndGetsBetasOnceUpdatesAreSh
     EXPECT_EQ(m_output.printed, QStringList{"Updating description"});
     EXPECT_TRUE(find<QCheckBox>("warnOnHeaderMismatch")->isChecked());
     EXPECT_FALSE(find<QCheckBox>("presentDialogueOnSuccess")->isChecked());
+    EXPECT_TRUE(find<QCheckBox>("keepWriteJournal")->isChecked());
     EXPECT_TRUE(m_updater.feedURL().isEmpty()) << "the feed waits for the Updates page";
 
     const QString feed = "https://updates.example.org/applications/org.quillbrook.Quillbrook/";

@@ -33,9 +33,10 @@ TEST_F(PreferencesTest, ANewUserReadsTheRegisteredDefaultsAndWritesDirectly)
     Preferences preferences(file());
     EXPECT_FALSE(preferences.warnOnHeaderMismatch()); // nothing registered yet
     preferences.registerDefaults();
-    EXPECT_EQ(m_printed, QStringList({"register() [\"includeBetaReleases\": true, \"writeMethod\": "
-                                      "1, \"warnOnHeaderMismatch\": true, "
-                                      "\"presentDialogueOnSuccess\": false]"}));
+    EXPECT_EQ(m_printed,
+              QStringList({"register() [\"includeBetaReleases\": true, \"writeMethod\": "
+                           "1, \"warnOnHeaderMismatch\": true, "
+                           "\"presentDialogueOnSuccess\": false, \"keepWriteJournal\": true]"}));
     EXPECT_TRUE(preferences.warnOnHeaderMismatch());
     // The default of 1 is registered under the key that is never read.
     EXPECT_EQ(preferences.value(Preferences::writeMethodKey), QVariant(1));

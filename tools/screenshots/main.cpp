@@ -11,6 +11,7 @@
 #include "app/imagewarningviewcontroller.h"
 #include "app/preferenceswindow.h"
 #include "app/shotlistviewcontroller.h"
+#include "app/writereviewdialogs.h"
 
 #include "documents/mappingsdoc.h"
 #include "kit/preferences.h"
@@ -22,6 +23,7 @@
 #include <QDir>
 #include <QMessageBox>
 #include <QPainter>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextStream>
@@ -165,6 +167,39 @@ int main(int argc, char* argv[])
     shots->close();
 
     ok &= saveImageWarning(sample->viewController(), examples, home.path(), out);
+
+    // The preview reads the copies' current values with the real exiftool;
+    // one copy already holds a title and an older creator.
+    QProcess::execute(QStringLiteral("exiftool"),
+                      {QStringLiteral("-q"), QStringLiteral("-overwrite_original"),
+                       QStringLiteral("-XMP-dc:Title=Spring look, red coat"),
+                       QStringLiteral("-XMP-dc:Creator=Studio North"),
+                       shoot + QStringLiteral("/A101_0001.jpg")});
+    sample->viewController().previewMetadata();
+    settle();
+    if (auto* preview = sample->findChild<PreviewDialog*>()) {
+        ok &= saveWindow(*preview, out + QStringLiteral("/preview.png"));
+        preview->reject();
+    } else {
+        ok = false;
+    }
+
+    Error failedWrite;
+    failedWrite.errorDescription = QStringLiteral("exiftool could not write the metadata.");
+    const FileOutcomes outcomes{
+        {shoot + QStringLiteral("/A101_0001.jpg"), FileOutcomeKind::written, {}},
+        {shoot + QStringLiteral("/A101_0002.jpg"), FileOutcomeKind::failed,
+         QStringLiteral("Corrupted JPEG image")},
+        {shoot + QStringLiteral("/B202_0001.jpg"), FileOutcomeKind::failed,
+         QStringLiteral("File not found")},
+        {shoot + QStringLiteral("/C303_0001.jpg"), FileOutcomeKind::failed,
+         QStringLiteral("Error renaming temporary file to C303_0001.jpg")}};
+    // The window owns it and takes it along when it closes.
+    auto* failed = new FailedFilesDialog(failedWrite, outcomes, sample);
+    failed->setAttribute(Qt::WA_DeleteOnClose);
+    failed->show();
+    ok &= saveWindow(*failed, out + QStringLiteral("/failed-files.png"));
+    failed->close();
 
     Error error;
     error.errorDescription = QStringLiteral("Exiftool could not be launched.");
