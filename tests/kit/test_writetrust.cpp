@@ -146,8 +146,9 @@ TEST_F(WriteTrust, ReportNamesEachFailedFileWithItsOwnReason)
     EXPECT_EQ(byPath[missing].kind, FileOutcomeKind::failed);
     EXPECT_EQ(byPath[missing].message, "File not found");
     EXPECT_EQ(byPath[locked].kind, canLock ? FileOutcomeKind::failed : FileOutcomeKind::written);
-    if (canLock)
+    if (canLock) {
         EXPECT_NE(byPath[locked].message, byPath[damaged].message);
+    }
     EXPECT_EQ(countOutcomes(report.outcomes).written, canLock ? 1 : 2);
 }
 
@@ -189,8 +190,9 @@ TEST_F(WriteTrust, UndoPutsBackEveryValueAndDeletesTagsThatWereAbsent)
     EXPECT_EQ(counts.written, 2);
     EXPECT_EQ(counts.failed, 1);
     for (const FileOutcome& outcome : *restored) {
-        if (outcome.path == gone)
+        if (outcome.path == gone) {
             EXPECT_EQ(outcome.message, "File not found");
+        }
     }
     for (const QString& path : {first, second}) {
         SCOPED_TRACE(path.toStdString());
