@@ -491,6 +491,7 @@ void ViewController::assignMetadata()
     const MetadataQueue::WriteMethod method = m_services.preferences->writeMethod();
     MetadataQueue& queue = MetadataQueue::shared(method);
     queue.setSidecarNaming(m_services.preferences->sidecarNaming());
+    queue.setWriteJobs(m_services.preferences->writeJobs());
     std::vector<MetadataMapping> mappings = mappingsForRows(ruleEditor->allRowCriteria());
     const std::shared_ptr<MetadataSource> source = m_datasourceView->dataSource();
     queue.addImages(*m_provider, *source, std::move(mappings));

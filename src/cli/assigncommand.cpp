@@ -44,6 +44,11 @@ struct AssignOptions {
                                                   "digiKam read them); default: the "
                                                   "preferences."),
                                    QStringLiteral("FORM")};
+    QCommandLineOption jobs{QStringLiteral("jobs"),
+                            QStringLiteral("How many exiftool processes a large batch is split "
+                                           "across; 0 means one per core (default: the "
+                                           "preferences)."),
+                            QStringLiteral("N")};
 };
 
 std::optional<Method> writeMethodNamed(const QString& name)
@@ -92,10 +97,11 @@ ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& 
 
 // Hands the images to the shared queue of the method and waits for the
 // write it asks for, never for the queue's timer.
-ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming,
+ExitStatus write(const ExifImages& images, Method method, SidecarNaming naming, int jobs,
                  const QString& exiftool, qsizetype leftOut, Streams& streams)
 {
     MetadataQueue& queue = MetadataQueue::shared(method);
+    queue.setWriteJobs(jobs);
     if (!exiftool.isEmpty())
         queue.setExiftoolLocation(absolutePath(exiftool));
     queue.setSidecarNaming(naming);
@@ -177,6 +183,7 @@ std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method me
 struct WriteChoice {
     Method method;
     SidecarNaming naming;
+    int jobs;
 };
 
 // The method and the sidecar name of the options, else of the preferences.
@@ -185,7 +192,8 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
 {
     Preferences preferences;
     preferences.registerDefaults();
-    WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming()};
+    WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming(),
+                       preferences.writeJobs()};
     if (parser.isSet(options.method)) {
         const auto named = writeMethodNamed(parser.value(options.method));
         if (!named) {
@@ -204,6 +212,15 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
             return std::unexpected(ExitStatus::usage);
         }
         choice.naming = *naming;
+    }
+    if (parser.isSet(options.jobs)) {
+        bool number = false;
+        choice.jobs = parser.value(options.jobs).toInt(&number);
+        if (!number || choice.jobs < 0) {
+            printError(streams, QStringLiteral("--jobs takes a whole number, 0 or more, not '%1'")
+                                    .arg(parser.value(options.jobs)));
+            return std::unexpected(ExitStatus::usage);
+        }
     }
     return choice;
 }
@@ -270,7 +287,8 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
         printError(streams, QStringLiteral("no image matched a row; nothing was written"));
         return ExitStatus::success;
     }
-    return write(images, choice.method, choice.naming, exiftool, found.leftOut.size(), streams);
+    return write(images, choice.method, choice.naming, choice.jobs, exiftool, found.leftOut.size(),
+                 streams);
 }
 
 } // namespace
@@ -284,8 +302,8 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions(
-        {options.mappings, options.dryRun, options.strict, options.method, options.sidecarName});
+    parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
+                       options.sidecarName, options.jobs});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))

@@ -3,7 +3,10 @@
 // main thread.
 #include "metadataqueue.h"
 
+#include "kit/parallelwrite.h"
 #include "kit/writechecks.h"
+
+#include "exif/metadatareader.h"
 
 #include "extensions/interruption.h"
 #include "extensions/log.h"
@@ -214,10 +217,33 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     exiftool.setExiftoolLocation(exiftoolLocation());
     exiftool.setArgumentFileFolder(folder);
     m_exifWriter->setSidecarNaming(sidecarNaming());
+    const auto finish = [&](WriteResult result, const WriteTargets& targets,
+                            const WriteReport& report) {
+        if (!result && isInterrupted())
+            result =
+                std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
+        continuation(result, report);
+    };
+    if (const int chunks = chunkCount(qsizetype(batch.size()), writeJobs(), parallelThreshold());
+        chunks > 1) {
+        ParallelWrite parallel(exiftool, m_exifWriter->verbose(), sidecarNaming());
+        const auto prepared =
+            parallel.prepare(splitIntoChunks(imagesOf(batch), chunks), sidecars, folder);
+        if (!prepared) {
+            continuation(std::unexpected(prepared.error()), {});
+            return;
+        }
+        const WriteTargets targets(batch);
+        WriteResult result = parallel.run(sidecars);
+        finish(std::move(result), targets, parallel.report());
+        return;
+    }
+    std::unique_ptr<MetadataManager> longLived = longLivedWriter(*m_exifWriter);
+    MetadataManager& writer = longLived ? *longLived : *m_exifWriter;
     const QString file = folder + QStringLiteral("/QuillbrookMetadata.json");
-    m_exifWriter->clear();
-    m_exifWriter->addImages(imagesOf(batch));
-    if (auto written = m_exifWriter->writeJSON(file, sidecars); !written) {
+    writer.clear();
+    writer.addImages(imagesOf(batch));
+    if (auto written = writer.writeJSON(file, sidecars); !written) {
         continuation(std::unexpected(written.error()), {});
         return;
     }
@@ -228,12 +254,32 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
         result = std::move(outcome);
     };
     if (sidecars)
-        m_exifWriter->writeSidecars(file, done);
+        writer.writeSidecars(file, done);
     else
-        m_exifWriter->writeImages(file, done);
-    if (!result && isInterrupted())
-        result = std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
-    continuation(result, m_exifWriter->lastWriteReport());
+        writer.writeImages(file, done);
+    finish(std::move(result), targets, writer.lastWriteReport());
+}
+
+std::unique_ptr<MetadataManager> MetadataQueue::longLivedWriter(const MetadataManager& base) const
+{
+    std::shared_ptr<ProcessRunner> runner;
+    {
+        const QMutexLocker locker(&m_settingsMutex);
+        runner = m_longLivedExiftool;
+    }
+    if (!runner)
+        return nullptr;
+    // The same exiftool, options and trace; only what runs it differs.
+    const ExifTool& model = base.exiftool();
+    ExifTool exiftool(model.exiftoolLocation(), model.trace(), std::move(runner));
+    exiftool.setConfig(model.config());
+    exiftool.setOverwriteOriginal(model.overwriteOriginal());
+    exiftool.setArgumentFileFolder(model.argumentFileFolder());
+    auto writer = std::make_unique<MetadataReader>();
+    writer->setVerbose(base.verbose());
+    writer->setExiftool(std::move(exiftool));
+    writer->setSidecarNaming(base.sidecarNaming());
+    return writer;
 }
 
 void MetadataQueue::announceWaiting()

@@ -166,10 +166,20 @@ SidecarNaming Preferences::sidecarNaming() const
     return sidecarNamingNamed(value(sidecarNameKey).toString()).value_or(SidecarNaming::name);
 }
 
+int Preferences::writeJobs() const
+{
+    return std::max(value(writeJobsKey).toInt(), 0);
+}
+
+void Preferences::setWriteJobs(int jobs)
+{
+    setValue(writeJobsKey, std::max(jobs, 0));
+}
+
 Preferences::Observed Preferences::observed() const
 {
     return {includeBetaReleases(), warnOnHeaderMismatch(), presentDialogueOnSuccess(),
-            writeMethodValue(), sidecarName()};
+            writeMethodValue(),    sidecarName(),          writeJobs()};
 }
 
 void Preferences::notifyChanges(const Observed& before)
@@ -185,6 +195,8 @@ void Preferences::notifyChanges(const Observed& before)
         emit writeMethodValueChanged(now.writeMethodValue);
     if (now.sidecarName != before.sidecarName)
         emit sidecarNameChanged(now.sidecarName);
+    if (now.writeJobs != before.writeJobs)
+        emit writeJobsChanged(now.writeJobs);
 }
 
 } // namespace qb

@@ -35,6 +35,7 @@ class Preferences : public QObject {
     Q_PROPERTY(int writeMethodValue READ writeMethodValue WRITE setWriteMethodValue NOTIFY
                    writeMethodValueChanged)
     Q_PROPERTY(QString sidecarName READ sidecarName WRITE setSidecarName NOTIFY sidecarNameChanged)
+    Q_PROPERTY(int writeJobs READ writeJobs WRITE setWriteJobs NOTIFY writeJobsChanged)
 
 public:
     static inline const QString includeBetaReleasesKey = QStringLiteral("includeBetaReleases");
@@ -44,6 +45,7 @@ public:
         QStringLiteral("presentDialogueOnSuccess");
     static inline const QString writeMethodValueKey = QStringLiteral("writeMethodValue");
     static inline const QString sidecarNameKey = QStringLiteral("sidecarName");
+    static inline const QString writeJobsKey = QStringLiteral("writeJobs");
 
     using Defaults = std::vector<std::pair<QString, QVariant>>;
     // What the application registers at launch, in this order.
@@ -87,6 +89,10 @@ public:
     QString sidecarName() const;
     void setSidecarName(const QString& name);
     SidecarNaming sidecarNaming() const;
+    // How many exiftool processes a large write is split across; 0, also
+    // for anything negative stored, means one per core.
+    int writeJobs() const;
+    void setWriteJobs(int jobs);
 
     QSettings& settings() { return *m_settings; }
 
@@ -96,6 +102,7 @@ signals:
     void presentDialogueOnSuccessChanged(bool present);
     void writeMethodValueChanged(int value);
     void sidecarNameChanged(const QString& name);
+    void writeJobsChanged(int jobs);
 
 private:
     struct Observed {
@@ -104,6 +111,7 @@ private:
         bool presentDialogueOnSuccess;
         int writeMethodValue;
         QString sidecarName;
+        int writeJobs;
     };
     Observed observed() const;
     void notifyChanges(const Observed& before);
