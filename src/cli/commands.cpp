@@ -5,6 +5,7 @@
 #include "documentcommand.h"
 #include "readcommand.h"
 #include "shotcommands.h"
+#include "watchcommand.h"
 
 namespace qb::cli {
 
@@ -25,6 +26,8 @@ const std::vector<Command>& commands()
          shotlistCommand},
         {QStringLiteral("validate"),
          QStringLiteral("List the images the current write method can write."), validateCommand},
+        {QStringLiteral("watch"),
+         QStringLiteral("Write metadata to each image that lands in a folder."), watchCommand},
     };
     return all;
 }
