@@ -8,8 +8,9 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -167,29 +168,55 @@ startChild(const QString& program, const QStringList& startup)
         argv.push_back(string.data());
     argv.push_back(nullptr);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[1], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errors[1], STDERR_FILENO);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t none;
-    sigemptyset(&none);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    sigset_t defaults;
-    sigemptyset(&defaults);
-    for (const int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&defaults, signal);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK |
-                                              POSIX_SPAWN_SETSIGDEF);
-    pid_t pid = 0;
-    const int failed =
-        ::posix_spawn(&pid, argv.front(), &actions, &attributes, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
+    // Tells the parent why exec failed; closed unread when it succeeds.
+    int execStatus[2] = {-1, -1};
+    if (::pipe2(execStatus, O_CLOEXEC) != 0) {
+        const int code = errno;
+        for (int* pair : {input, output, errors}) {
+            closeDescriptor(pair[0]);
+            closeDescriptor(pair[1]);
+        }
+        return std::unexpected(systemError(code));
+    }
+    const pid_t parent = ::getpid();
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        // Only async-signal-safe calls until exec. exiftool doesn't leave
+        // when its input ends, so it is made to die with us however we
+        // end, and gets a process group of its own, out of reach of the
+        // Ctrl-C meant for us.
+        ::setpgid(0, 0);
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent)
+            ::_exit(127);
+        ::dup2(input[1], STDIN_FILENO);
+        ::dup2(output[1], STDOUT_FILENO);
+        ::dup2(errors[1], STDERR_FILENO);
+        sigset_t none;
+        sigemptyset(&none);
+        ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        for (const int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP})
+            ::signal(signal, SIG_DFL);
+        ::execve(argv.front(), argv.data(), environ);
+        const int code = errno;
+        [[maybe_unused]] const auto told = ::write(execStatus[1], &code, sizeof code);
+        ::_exit(127);
+    }
+    const int forkError = pid < 0 ? errno : 0;
+    closeDescriptor(execStatus[1]);
+    int failed = forkError;
+    if (pid > 0) {
+        int code = 0;
+        ssize_t got = 0;
+        while ((got = ::read(execStatus[0], &code, sizeof code)) < 0 && errno == EINTR) {
+        }
+        if (got == ssize_t(sizeof code)) {
+            failed = code;
+            while (::waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+            }
+        }
+    }
+    closeDescriptor(execStatus[0]);
     closeDescriptor(input[1]);
     closeDescriptor(output[1]);
     closeDescriptor(errors[1]);

@@ -143,6 +143,19 @@ TEST_F(WatchTest, SlowCopyIsWrittenOnceWhenCompleteAndWhatIsNoCaptureIsLeftAlone
     EXPECT_FALSE(exiftoolLeftBehind());
 }
 
+TEST_F(WatchTest, KilledOutrightItLeavesNoExiftoolBehind)
+{
+    start();
+    ASSERT_TRUE(exiftoolLeftBehind()); // started before the first capture
+    m_watch.kill();
+    m_watch.waitForFinished();
+    QElapsedTimer clock;
+    clock.start();
+    while (exiftoolLeftBehind() && !clock.hasExpired(5000))
+        QThread::msleep(50);
+    EXPECT_FALSE(exiftoolLeftBehind());
+}
+
 class WatchBurstTest : public WatchTest, public ::testing::WithParamInterface<QStringList> {};
 
 TEST_P(WatchBurstTest, BurstOfFiftyIsWrittenInFull)
