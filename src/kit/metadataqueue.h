@@ -142,6 +142,9 @@ private:
     void writeWithExifTool(bool sidecars, const ImageMap& batch, const Continuation& continuation);
     void runExiftool(bool sidecars, const ImageMap& batch, const QString& folder,
                      const Continuation& continuation);
+    // One exiftool per chunk of the batch, all at once.
+    void runInParallel(bool sidecars, const ImageMap& batch, const QString& folder, int chunks,
+                       const Continuation& continuation);
     void finishWrite(const WriteResult& result, const WriteReport& report, const QDateTime& start,
                      const ImageMap& batch, const Completion& completion);
     std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;

@@ -217,25 +217,9 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     exiftool.setExiftoolLocation(exiftoolLocation());
     exiftool.setArgumentFileFolder(folder);
     m_exifWriter->setSidecarNaming(sidecarNaming());
-    const auto finish = [&](WriteResult result, const WriteTargets& targets,
-                            const WriteReport& report) {
-        if (!result && isInterrupted())
-            result =
-                std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
-        continuation(result, report);
-    };
     if (const int chunks = chunkCount(qsizetype(batch.size()), writeJobs(), parallelThreshold());
         chunks > 1) {
-        ParallelWrite parallel(exiftool, m_exifWriter->verbose(), sidecarNaming());
-        const auto prepared =
-            parallel.prepare(splitIntoChunks(imagesOf(batch), chunks), sidecars, folder);
-        if (!prepared) {
-            continuation(std::unexpected(prepared.error()), {});
-            return;
-        }
-        const WriteTargets targets(batch);
-        WriteResult result = parallel.run(sidecars);
-        finish(std::move(result), targets, parallel.report());
+        runInParallel(sidecars, batch, folder, chunks, continuation);
         return;
     }
     std::unique_ptr<MetadataManager> longLived = longLivedWriter(*m_exifWriter);
@@ -257,7 +241,26 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
         writer.writeSidecars(file, done);
     else
         writer.writeImages(file, done);
-    finish(std::move(result), targets, writer.lastWriteReport());
+    if (!result && isInterrupted())
+        result = std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
+    continuation(result, writer.lastWriteReport());
+}
+
+void MetadataQueue::runInParallel(bool sidecars, const ImageMap& batch, const QString& folder,
+                                  int chunks, const Continuation& continuation)
+{
+    ParallelWrite parallel(m_exifWriter->exiftool(), m_exifWriter->verbose(), sidecarNaming());
+    const auto prepared =
+        parallel.prepare(splitIntoChunks(imagesOf(batch), chunks), sidecars, folder);
+    if (!prepared) {
+        continuation(std::unexpected(prepared.error()), {});
+        return;
+    }
+    const WriteTargets targets(batch);
+    WriteResult result = parallel.run(sidecars);
+    if (!result && isInterrupted())
+        result = std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
+    continuation(result, parallel.report());
 }
 
 std::unique_ptr<MetadataManager> MetadataQueue::longLivedWriter(const MetadataManager& base) const
