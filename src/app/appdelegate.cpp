@@ -7,6 +7,8 @@
 #include "app/feedbackrequest.h"
 #include "app/preferenceswindow.h"
 
+#include "exif/stayopenexiftool.h"
+#include "kit/metadataqueue.h"
 #include "kit/preferences.h"
 
 #include <QApplication>
@@ -34,6 +36,11 @@ AppDelegate::~AppDelegate() = default;
 void AppDelegate::applicationDidFinishLaunching()
 {
     m_preferences.registerDefaults();
+    // One exiftool kept running serves the window's small writes, so that an
+    // assignment doesn't wait for exiftool's start-up; it ends with the queues.
+    const auto exiftool = std::make_shared<StayOpenExiftool>();
+    for (const auto method : {MetadataQueue::WriteMethod::direct, MetadataQueue::WriteMethod::xmp})
+        MetadataQueue::shared(method).setLongLivedExiftool(exiftool);
 }
 
 void AppDelegate::openStartupDocuments(const QStringList& paths)

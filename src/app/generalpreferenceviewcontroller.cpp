@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QRadioButton>
 #include <QShowEvent>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 namespace qb {
@@ -111,7 +112,29 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
     new CheckboxBinding(journal, &m_preferences, "keepWriteJournal");
     connect(&m_preferences, &Preferences::keepWriteJournalChanged, journal, &QCheckBox::setChecked);
     layout->addWidget(journal);
+    layout->addLayout(makeWriteJobsRow(group));
     return group;
+}
+
+// How many exiftool processes share a large write; 0 reads "Automatic",
+// one per core.
+QLayout* GeneralPreferenceViewController::makeWriteJobsRow(QWidget* group)
+{
+    auto* row = new QHBoxLayout;
+    auto* label = new QLabel(QStringLiteral("Exiftool processes for large writes:"), group);
+    m_writeJobs = new QSpinBox(group);
+    m_writeJobs->setObjectName(QStringLiteral("writeJobsField"));
+    m_writeJobs->setAccessibleName(QStringLiteral("Exiftool processes for large writes"));
+    m_writeJobs->setRange(0, 64);
+    m_writeJobs->setSpecialValueText(QStringLiteral("Automatic"));
+    m_writeJobs->setValue(m_preferences.writeJobs());
+    label->setBuddy(m_writeJobs);
+    connect(m_writeJobs, &QSpinBox::valueChanged, &m_preferences, &Preferences::setWriteJobs);
+    connect(&m_preferences, &Preferences::writeJobsChanged, m_writeJobs, &QSpinBox::setValue);
+    row->addWidget(label);
+    row->addWidget(m_writeJobs);
+    row->addStretch(1);
+    return row;
 }
 
 // Beside the XMP method, since only its sidecars have a name to choose.

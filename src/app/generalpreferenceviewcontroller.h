@@ -9,6 +9,7 @@ class QButtonGroup;
 class QComboBox;
 class QLabel;
 class QLayout;
+class QSpinBox;
 
 namespace qb {
 
@@ -29,6 +30,7 @@ public:
     static QString preferencePaneTitle() { return QStringLiteral("General"); }
     QLabel* writeMethodDescriptionLabel() const { return m_writeMethodDescription; }
     QComboBox* sidecarNamePopUp() const { return m_sidecarName; }
+    QSpinBox* writeJobsField() const { return m_writeJobs; }
 
 protected:
     // The description follows the preference only while the page is shown.
@@ -38,6 +40,7 @@ protected:
 private:
     QWidget* makeWriteMethodGroup();
     QLayout* makeSidecarNameRow(QWidget* group);
+    QLayout* makeWriteJobsRow(QWidget* group);
     QWidget* makeAlertsGroup();
     void updateDescription(int writeMethodValue);
 
@@ -45,6 +48,7 @@ private:
     QButtonGroup* m_writeMethods = nullptr;
     QLabel* m_writeMethodDescription = nullptr;
     QComboBox* m_sidecarName = nullptr;
+    QSpinBox* m_writeJobs = nullptr;
     QMetaObject::Connection m_writeMethodObserver;
 };
 

@@ -512,6 +512,7 @@ void ViewController::assignMetadata()
                                   : std::nullopt);
     watchQueue(queue);
     m_lastReport = {};
+    queue.setWriteJobs(m_services.preferences->writeJobs());
     std::vector<MetadataMapping> mappings = mappingsForRows(ruleEditor->allRowCriteria());
     const std::shared_ptr<MetadataSource> source = m_datasourceView->dataSource();
     queue.addImages(*m_provider, *source, std::move(mappings));

@@ -58,6 +58,11 @@ struct AssignOptions {
     QCommandLineOption noJournal{QStringLiteral("no-journal"),
                                  QStringLiteral("Keep no journal of the values the write "
                                                 "replaces (see 'undo').")};
+    QCommandLineOption jobs{QStringLiteral("jobs"),
+                            QStringLiteral("How many exiftool processes a large batch is split "
+                                           "across; 0 means one per core (default: the "
+                                           "preferences)."),
+                            QStringLiteral("N")};
 };
 
 std::optional<Method> writeMethodNamed(const QString& name)
@@ -113,6 +118,7 @@ struct WriteChoice {
     SidecarNaming naming;
     bool journal = true;
     QString reportPath;
+    int jobs = 0;
 };
 
 ExitStatus write(const ExifImages& images, const WriteChoice& choice, const QString& exiftool,
@@ -122,6 +128,7 @@ ExitStatus write(const ExifImages& images, const WriteChoice& choice, const QStr
     const SidecarNaming naming = choice.naming;
     MetadataQueue& queue = MetadataQueue::shared(method);
     queue.setJournalDirectory(choice.journal ? std::optional(journalDirectory()) : std::nullopt);
+    queue.setWriteJobs(choice.jobs);
     if (!exiftool.isEmpty())
         queue.setExiftoolLocation(absolutePath(exiftool));
     queue.setSidecarNaming(naming);
@@ -216,7 +223,7 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
     preferences.registerDefaults();
     WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming(),
                        preferences.keepWriteJournal() && !parser.isSet(options.noJournal),
-                       parser.value(options.report)};
+                       parser.value(options.report), preferences.writeJobs()};
     if (parser.isSet(options.method)) {
         const auto named = writeMethodNamed(parser.value(options.method));
         if (!named) {
@@ -235,6 +242,15 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
             return std::unexpected(ExitStatus::usage);
         }
         choice.naming = *naming;
+    }
+    if (parser.isSet(options.jobs)) {
+        bool number = false;
+        choice.jobs = parser.value(options.jobs).toInt(&number);
+        if (!number || choice.jobs < 0) {
+            printError(streams, QStringLiteral("--jobs takes a whole number, 0 or more, not '%1'")
+                                    .arg(parser.value(options.jobs)));
+            return std::unexpected(ExitStatus::usage);
+        }
     }
     return choice;
 }
@@ -320,7 +336,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     const SourceOptions sourceOptions;
     parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
                        options.sidecarName, options.preview, options.json, options.report,
-                       options.noJournal});
+                       options.noJournal, options.jobs});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))

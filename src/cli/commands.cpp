@@ -6,6 +6,7 @@
 #include "journalcommands.h"
 #include "readcommand.h"
 #include "shotcommands.h"
+#include "watchcommand.h"
 
 namespace qb::cli {
 
@@ -30,6 +31,8 @@ const std::vector<Command>& commands()
          QStringLiteral("Put back the values a write replaced, from its journal."), undoCommand},
         {QStringLiteral("validate"),
          QStringLiteral("List the images the current write method can write."), validateCommand},
+        {QStringLiteral("watch"),
+         QStringLiteral("Write metadata to each image that lands in a folder."), watchCommand},
     };
     return all;
 }

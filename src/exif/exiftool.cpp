@@ -26,11 +26,13 @@ void printLine(const QByteArray& bytes)
     qbPrint(QString::fromUtf8(bytes));
 }
 
+} // namespace
+
 // exiftool takes each line of an argument file as one argument, but strips
 // leading blanks, skips lines that are empty or start with '#', and rewrites
 // blanks around '=' in options. Its #[CSTR] form is taken as a C string with
 // none of that, so every argument, line breaks included, arrives exactly.
-QByteArray argumentFileLine(const QString& argument)
+QByteArray exiftoolArgumentLine(const QString& argument)
 {
     QByteArray line("#[CSTR]");
     for (const char byte : argument.toUtf8()) {
@@ -51,8 +53,6 @@ QByteArray argumentFileLine(const QString& argument)
     line += '\n';
     return line;
 }
-
-} // namespace
 
 ExiftoolConfig ExiftoolConfig::url(const QUrl& location)
 {
@@ -88,8 +88,15 @@ ExiftoolError ExiftoolError::couldNotRun(const QString& at, const QString& reaso
     return {Case::couldNotRun, ExiftoolProcess{at, {}, 0, false, {}}, reason};
 }
 
+ExiftoolError ExiftoolError::timedOut(const QString& at, const QString& reason)
+{
+    return {Case::timedOut, ExiftoolProcess{at, {}, 0, false, {}}, reason};
+}
+
 QString ExiftoolError::summary() const
 {
+    if (m_case == Case::timedOut)
+        return QStringLiteral("exiftool stopped answering");
     if (m_case != Case::responseNotZero)
         return QStringLiteral("Exiftool could not be launched");
     // A normal exit with a failing status reads "exited normally" too.
@@ -145,6 +152,7 @@ Error ExiftoolError::toError(ExiftoolTask task) const
             QStringLiteral("Install exiftool, or check that the file at that path is a program.");
         break;
     case Case::couldNotRun:
+    case Case::timedOut:
         error.errorDescription = summary() + QLatin1Char('.');
         break;
     }
@@ -229,8 +237,10 @@ void ExifTool::run(const QStringList& arguments, const ExiftoolCompletion& compl
     }
     const ProcessRunResult& ran = *launched;
     if (!ran) {
-        completion(
-            std::unexpected(ExiftoolError::couldNotRun(m_exiftoolLocation, ran.error().reason)));
+        const ProcessFailure& failure = ran.error();
+        completion(std::unexpected(
+            failure.timedOut ? ExiftoolError::timedOut(m_exiftoolLocation, failure.reason)
+                             : ExiftoolError::couldNotRun(m_exiftoolLocation, failure.reason)));
         return;
     }
     if (ran->endedBySignal || ran->exitStatus != 0) {
@@ -272,7 +282,7 @@ std::expected<ProcessRunResult, ExiftoolError> ExifTool::launch(const QStringLis
                 .arg(file.errorString())));
     QByteArray contents;
     for (qsizetype i = kept; i < arguments.size(); ++i)
-        contents += argumentFileLine(arguments[i]);
+        contents += exiftoolArgumentLine(arguments[i]);
     const bool written = file.write(contents) == contents.size() && file.flush();
     if (!written)
         return std::unexpected(ExiftoolError::couldNotRun(

@@ -76,11 +76,13 @@ public:
         responseNotZero,  // exiftool ran and ended with a status other than zero
         exiftoolNotFound, // no executable file at the location
         couldNotRun,      // the checks passed, yet the process could not be started
+        timedOut,         // a long-lived exiftool stopped answering and was stopped
     };
 
     static ExiftoolError responseNotZero(ExiftoolProcess process, std::optional<QString> stdErr);
     static ExiftoolError exiftoolNotFound(const QString& at);
     static ExiftoolError couldNotRun(const QString& at, const QString& reason);
+    static ExiftoolError timedOut(const QString& at, const QString& reason);
 
     Case kind() const { return m_case; }
     const ExiftoolProcess& process() const { return m_process; }
@@ -170,6 +172,9 @@ private:
     QString m_argumentFileFolder;
     std::shared_ptr<ProcessRunner> m_runner;
 };
+
+// One argument as a line of an argument file, read back exactly as given.
+QByteArray exiftoolArgumentLine(const QString& argument);
 
 // At most `maximumLines` lines of `text`; those beyond are counted in a
 // last line "… (N more lines)".

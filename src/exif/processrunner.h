@@ -20,6 +20,8 @@ struct ProcessOutcome {
 // Why a child process could not be run at all.
 struct ProcessFailure {
     QString reason;
+    // It ran, but gave no answer within its time limit and was stopped.
+    bool timedOut = false;
 };
 
 using ProcessRunResult = std::expected<ProcessOutcome, ProcessFailure>;

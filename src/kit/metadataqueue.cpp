@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadataqueue.h"
 
+#include "kit/parallelwrite.h"
 #include "kit/shotlistcoordinator.h"
 
 #include "exif/exiftool.h"
@@ -106,6 +107,7 @@ MetadataQueue::MetadataQueue(WriteMethod method, double timerBuffer, bool useBun
     , m_clock(std::move(clock))
     , m_exifWriter(writer ? std::move(writer) : std::make_unique<MetadataReader>())
     , m_exiftoolLocation(m_exifWriter->exiftool().exiftoolLocation())
+    , m_parallelThreshold(defaultParallelThreshold)
     , m_worker(new QObject)
 {
     m_thread.setObjectName(QStringLiteral("QuillbrookKitMetadata"));
@@ -253,6 +255,36 @@ void MetadataQueue::setWritableTags(WritableTagsCache* cache)
 {
     const QMutexLocker locker(&m_settingsMutex);
     m_writableTags = cache;
+}
+
+void MetadataQueue::setWriteJobs(int jobs)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_writeJobs = std::max(jobs, 0);
+}
+
+int MetadataQueue::writeJobs() const
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_writeJobs;
+}
+
+void MetadataQueue::setParallelThreshold(int count)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_parallelThreshold = count;
+}
+
+int MetadataQueue::parallelThreshold() const
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_parallelThreshold;
+}
+
+void MetadataQueue::setLongLivedExiftool(std::shared_ptr<ProcessRunner> runner)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_longLivedExiftool = std::move(runner);
 }
 
 void MetadataQueue::invalidateTimer()

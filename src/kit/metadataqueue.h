@@ -102,6 +102,18 @@ public:
     // Where each write first keeps a journal of the values it replaces;
     // none is kept when there is no folder, as for a new queue.
     void setJournalDirectory(std::optional<QString> directory);
+    // How many exiftool processes a batch at or above the threshold is split
+    // across, one chunk each; 0, the default, means one per core.
+    void setWriteJobs(int jobs);
+    int writeJobs() const;
+    // Smaller batches run as one exiftool with today's argument list.
+    void setParallelThreshold(int count);
+    int parallelThreshold() const;
+    // What runs the batches below the threshold, such as a StayOpenExiftool
+    // kept running so that a small write doesn't wait for exiftool's
+    // start-up; null (the default) starts a fresh exiftool for each. It goes
+    // with the queue.
+    void setLongLivedExiftool(std::shared_ptr<ProcessRunner> runner);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
                    std::vector<MetadataMapping> mappings);
@@ -139,6 +151,8 @@ private:
     void finishWrite(const WriteResult& result, const WriteReport& report, const QDateTime& start,
                      const ImageMap& batch, const Completion& completion);
     std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;
+    // A writer over the long-lived exiftool, set up as `base`; null without one.
+    std::unique_ptr<MetadataManager> longLivedWriter(const MetadataManager& base) const;
     void takeWritten(const ImageMap& batch);
     void announceWaiting();
     std::optional<QString> journalDirectoryChoice() const;
@@ -163,6 +177,9 @@ private:
     QString m_writerLockPath = WriterLock::defaultPath();
     WritableTagsCache* m_writableTags = &WritableTagsCache::shared();
     std::optional<QString> m_journalDirectory;
+    int m_writeJobs = 0;
+    int m_parallelThreshold;
+    std::shared_ptr<ProcessRunner> m_longLivedExiftool;
     // Set when the queue goes, so that a write waiting for the lock gives up.
     std::atomic<bool> m_stopping = false;
     std::atomic<bool> m_waitingForWriter = false;

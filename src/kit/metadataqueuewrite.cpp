@@ -3,10 +3,13 @@
 // main thread.
 #include "metadataqueue.h"
 
+#include "kit/parallelwrite.h"
 #include "kit/writechecks.h"
 #include "kit/writejournal.h"
 #include "kit/writepreview.h"
 #include "kit/writeprogress.h"
+
+#include "exif/metadatareader.h"
 
 #include "extensions/interruption.h"
 #include "extensions/log.h"
@@ -254,15 +257,31 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     exiftool.setExiftoolLocation(exiftoolLocation());
     exiftool.setArgumentFileFolder(folder);
     m_exifWriter->setSidecarNaming(sidecarNaming());
+    const int chunks = chunkCount(qsizetype(batch.size()), writeJobs(), parallelThreshold());
+    std::optional<ParallelWrite> parallel;
+    std::unique_ptr<MetadataManager> longLived;
     const QString file = folder + QStringLiteral("/QuillbrookMetadata.json");
-    m_exifWriter->clear();
-    m_exifWriter->addImages(imagesOf(batch));
-    if (auto written = m_exifWriter->writeJSON(file, sidecars); !written) {
-        continuation(std::unexpected(written.error()), {});
-        return;
+    if (chunks > 1) {
+        parallel.emplace(exiftool, m_exifWriter->verbose(), sidecarNaming());
+        if (auto prepared =
+                parallel->prepare(splitIntoChunks(imagesOf(batch), chunks), sidecars, folder);
+            !prepared) {
+            continuation(std::unexpected(prepared.error()), {});
+            return;
+        }
+    } else {
+        longLived = longLivedWriter(*m_exifWriter);
+        MetadataManager& writer = longLived ? *longLived : *m_exifWriter;
+        writer.clear();
+        writer.addImages(imagesOf(batch));
+        if (auto written = writer.writeJSON(file, sidecars); !written) {
+            continuation(std::unexpected(written.error()), {});
+            return;
+        }
     }
     // Taken now, when each image's SourceFile names the file to be written.
     const WriteTargets targets(batch);
+    // One journal for the whole batch, however many exiftools share it.
     QString journal;
     if (const auto directory = journalDirectoryChoice()) {
         const auto kept = keepJournal(exiftool, targets.paths(), destinationTags(imagesOf(batch)),
@@ -279,20 +298,49 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
             this, [this, done, total] { emit writeProgress(done, total); }, Qt::QueuedConnection);
     });
     WriteResult result = std::unexpected(Error{});
-    const MetadataCompletion done = [&result](std::expected<QString, Error> outcome) {
-        result = std::move(outcome);
-    };
-    if (sidecars)
-        m_exifWriter->writeSidecars(file, done);
-    else
-        m_exifWriter->writeImages(file, done);
+    WriteReport report;
+    if (parallel) {
+        result = parallel->run(sidecars);
+        report = parallel->report();
+    } else {
+        MetadataManager& writer = longLived ? *longLived : *m_exifWriter;
+        const MetadataCompletion done = [&result](std::expected<QString, Error> outcome) {
+            result = std::move(outcome);
+        };
+        if (sidecars)
+            writer.writeSidecars(file, done);
+        else
+            writer.writeImages(file, done);
+        report = writer.lastWriteReport();
+    }
     progress.reset();
     if (!result && isInterrupted())
         result = std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
-    WriteReport report = m_exifWriter->lastWriteReport();
     report.outcomes = outcomesOf(batch, targets, report.standardError);
     report.journalPath = journal;
     continuation(result, report);
+}
+
+std::unique_ptr<MetadataManager> MetadataQueue::longLivedWriter(const MetadataManager& base) const
+{
+    std::shared_ptr<ProcessRunner> runner;
+    {
+        const QMutexLocker locker(&m_settingsMutex);
+        runner = m_longLivedExiftool;
+    }
+    if (!runner)
+        return nullptr;
+    // The same exiftool, options and trace; only what runs it differs.
+    const ExifTool& model = base.exiftool();
+    ExifTool exiftool(model.exiftoolLocation(), model.trace(), std::move(runner));
+    exiftool.setConfig(model.config());
+    exiftool.setOverwriteOriginal(model.overwriteOriginal());
+    exiftool.setArgumentFileFolder(model.argumentFileFolder());
+    auto writer = std::make_unique<MetadataReader>();
+    writer->setVerbose(base.verbose());
+    writer->setExiftool(std::move(exiftool));
+    writer->setSidecarNaming(base.sidecarNaming());
+    return writer;
 }
 
 void MetadataQueue::announceWaiting()

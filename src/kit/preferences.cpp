@@ -180,10 +180,25 @@ void Preferences::setKeepWriteJournal(bool keep)
     setValue(keepWriteJournalKey, keep);
 }
 
+int Preferences::writeJobs() const
+{
+    return std::max(value(writeJobsKey).toInt(), 0);
+}
+
+void Preferences::setWriteJobs(int jobs)
+{
+    setValue(writeJobsKey, std::max(jobs, 0));
+}
+
 Preferences::Observed Preferences::observed() const
 {
-    return {includeBetaReleases(), warnOnHeaderMismatch(), presentDialogueOnSuccess(),
-            writeMethodValue(),    sidecarName(),          keepWriteJournal()};
+    return {includeBetaReleases(),
+            warnOnHeaderMismatch(),
+            presentDialogueOnSuccess(),
+            writeMethodValue(),
+            sidecarName(),
+            keepWriteJournal(),
+            writeJobs()};
 }
 
 void Preferences::notifyChanges(const Observed& before)
@@ -201,6 +216,8 @@ void Preferences::notifyChanges(const Observed& before)
         emit sidecarNameChanged(now.sidecarName);
     if (now.keepWriteJournal != before.keepWriteJournal)
         emit keepWriteJournalChanged(now.keepWriteJournal);
+    if (now.writeJobs != before.writeJobs)
+        emit writeJobsChanged(now.writeJobs);
 }
 
 } // namespace qb

@@ -37,6 +37,7 @@ class Preferences : public QObject {
     Q_PROPERTY(QString sidecarName READ sidecarName WRITE setSidecarName NOTIFY sidecarNameChanged)
     Q_PROPERTY(bool keepWriteJournal READ keepWriteJournal WRITE setKeepWriteJournal NOTIFY
                    keepWriteJournalChanged)
+    Q_PROPERTY(int writeJobs READ writeJobs WRITE setWriteJobs NOTIFY writeJobsChanged)
 
 public:
     static inline const QString includeBetaReleasesKey = QStringLiteral("includeBetaReleases");
@@ -47,6 +48,7 @@ public:
     static inline const QString writeMethodValueKey = QStringLiteral("writeMethodValue");
     static inline const QString sidecarNameKey = QStringLiteral("sidecarName");
     static inline const QString keepWriteJournalKey = QStringLiteral("keepWriteJournal");
+    static inline const QString writeJobsKey = QStringLiteral("writeJobs");
 
     using Defaults = std::vector<std::pair<QString, QVariant>>;
     // What the application registers at launch, in this order.
@@ -93,6 +95,10 @@ public:
     // Whether each write first keeps the values it replaces, for undo.
     bool keepWriteJournal() const;
     void setKeepWriteJournal(bool keep);
+    // How many exiftool processes a large write is split across; 0, also
+    // for anything negative stored, means one per core.
+    int writeJobs() const;
+    void setWriteJobs(int jobs);
 
     QSettings& settings() { return *m_settings; }
 
@@ -103,6 +109,7 @@ signals:
     void writeMethodValueChanged(int value);
     void sidecarNameChanged(const QString& name);
     void keepWriteJournalChanged(bool keep);
+    void writeJobsChanged(int jobs);
 
 private:
     struct Observed {
@@ -112,6 +119,7 @@ private:
         int writeMethodValue;
         QString sidecarName;
         bool keepWriteJournal;
+        int writeJobs;
     };
     Observed observed() const;
     void notifyChanges(const Observed& before);

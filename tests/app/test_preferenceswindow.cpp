@@ -13,6 +13,7 @@
 #include <QLabel>
 #include <QRadioButton>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -147,6 +148,21 @@ TEST_F(PreferencesWindowTest, TheSidecarNameIsChosenBesideTheXmpMethod)
     EXPECT_EQ(popUp->currentText(), "IMG_0001.xmp (Lightroom, Capture One)");
     m_preferences.setWriteMethodValue(2);
     EXPECT_FALSE(popUp->isEnabled());
+}
+
+TEST_F(PreferencesWindowTest, TheNumberOfExiftoolProcessesIsAutomaticUntilChosen)
+{
+    m_window.showPreferences();
+    auto* field = find<QSpinBox>("writeJobsField");
+    EXPECT_EQ(field->accessibleName(), "Exiftool processes for large writes");
+    EXPECT_EQ(field->text(), "Automatic");
+    field->setValue(3);
+    EXPECT_EQ(m_preferences.value(Preferences::writeJobsKey), 3);
+    QSignalSpy changed(&m_preferences, &Preferences::writeJobsChanged);
+    m_preferences.setWriteJobs(-2); // nothing below automatic
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(m_preferences.writeJobs(), 0);
+    EXPECT_EQ(field->text(), "Automatic");
 }
 
 } // namespace

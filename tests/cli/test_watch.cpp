@@ -1,0 +1,205 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// quillbrook-cli watch, run as a tethered shoot would run it.
+#include "clirunner.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+using namespace qb::test;
+
+namespace {
+
+class WatchTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        QString rows = QStringLiteral("Shot,Title\n");
+        for (int i = 1; i <= 60; ++i)
+            rows += QStringLiteral("A101_%1,Look %2\n").arg(i, 4, 10, QLatin1Char('0')).arg(i);
+        writeFile(path("shots.csv"), rows.toUtf8());
+        writeFile(path("rows.json"), R"([{"keyName": "Title", "destTag": "XMP-dc:Title",
+                                          "actions": {"mappers": []}}])");
+        // A copy of its own, so that a process left behind can be told apart.
+        QFile::copy(QStringLiteral("/usr/bin/exiftool"), path("exiftool"));
+        QDir().mkpath(path("shoot"));
+        makeJpeg(path("template/A.jpg"));
+    }
+    void TearDown() override
+    {
+        if (m_watch.state() != QProcess::NotRunning) {
+            m_watch.kill();
+            m_watch.waitForFinished();
+        }
+    }
+
+    QString path(const QString& name) const { return m_folder.filePath(name); }
+    QByteArray jpegBytes() const
+    {
+        QFile file(path("template/A.jpg"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    void copyIn(const QString& name) const
+    {
+        QFile::copy(path("template/A.jpg"), path("shoot/") + name);
+    }
+
+    void start(const QStringList& extra = {})
+    {
+        prepareCli(m_watch, QStringList{"watch", "--mappings", path("rows.json"), "--csv",
+                                        path("shots.csv"), "--key", "Shot", "--match", "equals",
+                                        "--method", "direct", "--exiftool", path("exiftool")} +
+                                extra + QStringList{path("shoot")});
+        m_watch.start();
+        ASSERT_TRUE(m_watch.waitForStarted());
+        waitFor([this] { return m_err.contains("watching"); });
+        ASSERT_TRUE(m_err.contains("watching")) << m_err.toStdString();
+    }
+    // Reads both streams until `done` holds, for 30 s at most.
+    void waitFor(const std::function<bool()>& done)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        while (!done() && !clock.hasExpired(30000)) {
+            m_watch.waitForReadyRead(50);
+            m_out += QString::fromUtf8(m_watch.readAllStandardOutput());
+            m_err += QString::fromUtf8(m_watch.readAllStandardError());
+        }
+    }
+    int stop()
+    {
+        m_watch.terminate();
+        m_watch.waitForFinished(30000);
+        m_out += QString::fromUtf8(m_watch.readAllStandardOutput());
+        m_err += QString::fromUtf8(m_watch.readAllStandardError());
+        return m_watch.exitCode();
+    }
+    // The titles exiftool reads in the shoot folder, by file name.
+    std::map<QString, QString> titles() const
+    {
+        QProcess exiftool;
+        exiftool.start(QStringLiteral("/usr/bin/exiftool"),
+                       {"-j", "-XMP-dc:Title", "-ext", "jpg", path("shoot")});
+        exiftool.waitForFinished(60000);
+        std::map<QString, QString> result;
+        for (const auto entry : QJsonDocument::fromJson(exiftool.readAllStandardOutput()).array()) {
+            const QJsonObject object = entry.toObject();
+            result[QFileInfo(object["SourceFile"].toString()).fileName()] =
+                object["Title"].toString();
+        }
+        return result;
+    }
+    // Whether an exiftool we started still runs.
+    bool exiftoolLeftBehind() const
+    {
+        QDirIterator processes(QStringLiteral("/proc"), QDir::Dirs | QDir::NoDotAndDotDot);
+        while (processes.hasNext()) {
+            QFile commandLine(processes.next() + QStringLiteral("/cmdline"));
+            if (commandLine.open(QIODevice::ReadOnly) &&
+                commandLine.readAll().contains(path("exiftool").toUtf8()))
+                return true;
+        }
+        return false;
+    }
+
+    QTemporaryDir m_folder;
+    QProcess m_watch;
+    QString m_out;
+    QString m_err;
+};
+
+TEST_F(WatchTest, SlowCopyIsWrittenOnceWhenCompleteAndWhatIsNoCaptureIsLeftAlone)
+{
+    start();
+    // A tethering program writes the capture in pieces through one handle.
+    const QByteArray bytes = jpegBytes();
+    QFile slow(path("shoot/A101_0001.jpg"));
+    ASSERT_TRUE(slow.open(QIODevice::WriteOnly));
+    for (qsizetype at = 0; at < bytes.size(); at += bytes.size() / 4 + 1) {
+        slow.write(bytes.mid(at, bytes.size() / 4 + 1));
+        slow.flush();
+        QThread::msleep(250);
+    }
+    slow.close();
+    writeFile(path("shoot/notes.txt"), "not an image");
+    writeFile(path("shoot/.A101_0002.jpg"), bytes);
+    writeFile(path("shoot/A101_0003.jpg.part"), bytes.left(100));
+    copyIn("Z999.jpg");
+    waitFor([this] { return m_out.contains("A101_0001.jpg") && m_err.contains("Z999.jpg"); });
+    QThread::msleep(500);
+    EXPECT_EQ(stop(), 128 + SIGTERM);
+    EXPECT_EQ(m_out, "A101_0001.jpg: 1 tag\n");
+    EXPECT_TRUE(m_err.contains("quillbrook-cli: Z999.jpg: matches no row; skipped"))
+        << m_err.toStdString();
+    EXPECT_TRUE(m_err.contains("watch stopped: 1 written, 0 failed, 1 skipped"));
+    EXPECT_EQ(titles()["A101_0001.jpg"], "Look 1");
+    EXPECT_FALSE(QFileInfo::exists(path("shoot/A101_0001.jpg_original")));
+    EXPECT_FALSE(exiftoolLeftBehind());
+}
+
+TEST_F(WatchTest, KilledOutrightItLeavesNoExiftoolBehind)
+{
+    start();
+    ASSERT_TRUE(exiftoolLeftBehind()); // started before the first capture
+    m_watch.kill();
+    m_watch.waitForFinished();
+    QElapsedTimer clock;
+    clock.start();
+    while (exiftoolLeftBehind() && !clock.hasExpired(5000))
+        QThread::msleep(50);
+    EXPECT_FALSE(exiftoolLeftBehind());
+}
+
+class WatchBurstTest : public WatchTest, public ::testing::WithParamInterface<QStringList> {};
+
+TEST_P(WatchBurstTest, BurstOfFiftyIsWrittenInFull)
+{
+    start(GetParam());
+    for (int i = 1; i <= 50; ++i)
+        copyIn(QStringLiteral("A101_%1.jpg").arg(i, 4, 10, QLatin1Char('0')));
+    waitFor([this] { return m_out.count('\n') >= 50; });
+    QThread::msleep(GetParam().isEmpty() ? 300 : 1000);
+    EXPECT_EQ(stop(), 128 + SIGTERM);
+    EXPECT_EQ(m_out.count('\n'), 50) << m_out.toStdString() << m_err.toStdString();
+    const auto written = titles();
+    ASSERT_EQ(written.size(), 50u);
+    for (int i = 1; i <= 50; ++i)
+        EXPECT_EQ(written.at(QStringLiteral("A101_%1.jpg").arg(i, 4, 10, QLatin1Char('0'))),
+                  QStringLiteral("Look %1").arg(i));
+    EXPECT_FALSE(exiftoolLeftBehind());
+}
+
+INSTANTIATE_TEST_SUITE_P(NoticesAndPolling, WatchBurstTest,
+                         ::testing::Values(QStringList{}, QStringList{"--poll", "0.2"}));
+
+TEST_F(WatchTest, BadUsageEndsWithStatusTwo)
+{
+    const QStringList rows{"--mappings",      path("rows.json"), "--csv",
+                           path("shots.csv"), "--key",           "Shot"};
+    const struct {
+        QStringList arguments;
+        const char* message;
+    } cases[] = {
+        {QStringList{"watch"} + rows + QStringList{path("nowhere")}, "one folder to watch"},
+        {QStringList{"watch", "--method", "captureone"} + rows + QStringList{path("shoot")},
+         "--method direct or xmp"},
+        {QStringList{"watch", "--poll", "soon"} + rows + QStringList{path("shoot")},
+         "--poll takes a number"},
+        {QStringList{"assign", "--jobs", "two"} + rows + QStringList{path("shoot")},
+         "--jobs takes a whole number"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.arguments.join(' ').toStdString());
+        const CliResult result = runCli(row.arguments);
+        EXPECT_EQ(result.status, 2);
+        EXPECT_TRUE(result.err.contains(row.message)) << result.err.toStdString();
+    }
+}
+
+} // namespace
