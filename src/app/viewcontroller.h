@@ -120,9 +120,11 @@ public:
     // Puts back the values this window's last write replaced, from its
     // journal, and tells how that went.
     void restoreLastWrite();
-    bool canRestoreLastWrite() const { return !m_lastJournal.isEmpty(); }
+    // Once this window has written, and while nothing else runs.
+    bool canRestoreLastWrite() const;
 
 private:
+    void showRestored(const std::expected<FileOutcomes, Error>& restored);
     void buildView();
     QWidget* buildImageBar();
     void viewDidLoad();

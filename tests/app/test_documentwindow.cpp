@@ -4,9 +4,11 @@
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/imagedatasoucecontroller.h"
 #include "app/shotlistviewcontroller.h"
+#include "app/writereviewdialogs.h"
 
 #include "widgets/rulerow.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -39,6 +41,17 @@ protected:
         QTest::qWait(0); // the button's posted change
         return !finished.isEmpty() && finished.front().front().toBool();
     }
+    // Waits for what exiftool's run off the main thread opens.
+    template <typename Child>
+    Child* waitForChild(const QString& name = {}) const
+    {
+        for (int waited = 0; waited < 30000; waited += 20) {
+            if (auto* child = m_window->findChild<Child*>(name))
+                return child;
+            QTest::qWait(20);
+        }
+        return nullptr;
+    }
 };
 
 TEST_F(DocumentWindowTest, AssignWritesTheRowsThroughExiftool)
@@ -69,6 +82,33 @@ TEST_F(DocumentWindowTest, AssignWritesTheRowsThroughExiftool)
     EXPECT_EQ(a1["XMP:Subject"].toArray(), (QJsonArray{"a", "b"}));
     EXPECT_EQ(readTags(path("images/B2_0001.jpg"))["XMP:Title"].toString(), "Blue");
     EXPECT_FALSE(readTags(path("images/Z9.jpg")).contains("XMP:Title"));
+}
+
+TEST_F(DocumentWindowTest, APreviewGoesOnToWriteAndTheWriteIsRestoredFromTheMenu)
+{
+    openWindow(writePackage(titleAndKeywords));
+    controller().dropImages({QUrl::fromLocalFile(path("images"))});
+    QTest::mouseClick(controller().previewButton, Qt::LeftButton);
+    QTest::qWait(0);
+    // exiftool reads off the main thread; nothing else may start meanwhile.
+    EXPECT_FALSE(button().isEnabled());
+    auto* preview = waitForChild<PreviewDialog>();
+    ASSERT_TRUE(preview);
+    EXPECT_FALSE(readTags(path("images/A1_0001.jpg")).contains("XMP:Title"));
+    preview->accept();
+    ASSERT_TRUE(waitForWrite());
+    EXPECT_EQ(readTags(path("images/A1_0001.jpg"))["XMP:Title"].toString(), "Red coat");
+
+    ASSERT_TRUE(controller().canRestoreLastWrite());
+    m_window->findChild<QAction*>("restoreLastWriteAction")->trigger();
+    auto* restored = waitForChild<QMessageBox>("restoreAlert");
+    ASSERT_TRUE(restored);
+    EXPECT_EQ(restored->text(),
+              "Values before the last write restored: 2 written, 0 unchanged, 0 failed.");
+    for (const char* image : {"images/A1_0001.jpg", "images/B2_0001.jpg"}) {
+        SCOPED_TRACE(image);
+        EXPECT_FALSE(readTags(path(image)).contains("XMP:Title"));
+    }
 }
 
 TEST_F(DocumentWindowTest, AWriteOfNothingReturnsTheButton)
@@ -160,13 +200,26 @@ TEST_F(DocumentWindowTest, SavedRowsAndPanelSettingsComeBack)
 TEST_F(DocumentWindowTest, AnImageDocumentEndsWithTheImagePanel)
 {
     openWindow(writePackage("[]", "imagesource"));
-    for (const char* name :
-         {"newAction", "openAction", "closeAction", "saveAction", "saveAsAction", "revertAction",
-          "selectImagesAction", "exportCaptureFoldersAction", "restoreLastWriteAction",
-          "quitAction", "undoAction", "redoAction", "toggleIsEditableAction",
-          "preferencesAction", "csvsourceAction",
-          "imagesourceAction", "showOnlineHelpAction", "showWbsiteAction",
-          "showStudioWebsiteAction", "sendFeedbackAction"})
+    for (const char* name : {"newAction",
+                             "openAction",
+                             "closeAction",
+                             "saveAction",
+                             "saveAsAction",
+                             "revertAction",
+                             "selectImagesAction",
+                             "exportCaptureFoldersAction",
+                             "restoreLastWriteAction",
+                             "quitAction",
+                             "undoAction",
+                             "redoAction",
+                             "toggleIsEditableAction",
+                             "preferencesAction",
+                             "csvsourceAction",
+                             "imagesourceAction",
+                             "showOnlineHelpAction",
+                             "showWbsiteAction",
+                             "showStudioWebsiteAction",
+                             "sendFeedbackAction"})
         EXPECT_TRUE(m_window->action(name)) << name;
     // Nothing was written from this window, so there is nothing to restore.
     EXPECT_FALSE(controller().canRestoreLastWrite());

@@ -176,8 +176,14 @@ int main(int argc, char* argv[])
                        QStringLiteral("-XMP-dc:Creator=Studio North"),
                        shoot + QStringLiteral("/A101_0001.jpg")});
     sample->viewController().previewMetadata();
+    // exiftool reads off the main thread; the table opens when it is done.
+    PreviewDialog* preview = nullptr;
+    for (int waited = 0; !preview && waited < 30000; waited += 50) {
+        QTest::qWait(50);
+        preview = sample->findChild<PreviewDialog*>();
+    }
     settle();
-    if (auto* preview = sample->findChild<PreviewDialog*>()) {
+    if (preview) {
         ok &= saveWindow(*preview, out + QStringLiteral("/preview.png"));
         preview->reject();
     } else {
