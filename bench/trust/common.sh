@@ -1,14 +1,7 @@
 #!/usr/bin/env bash
 # Shared set-up of the write benchmarks: a CSV of $count rows, its mappings
 # and fresh copies of one small JPEG. Sourced, not run.
-cli=${1:-build/release/src/cli/quillbrook-cli}
-count=${2:-1000}
-template=examples/images/A101_0001.jpg
-exiftool=$(command -v exiftool)
-[ -x "$cli" ] || { echo "no quillbrook-cli at $cli; build it first" >&2; exit 2; }
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source bench/prologue.sh 1000 "$@"
 export XDG_STATE_HOME="$work/state"
 
 python3 - "$work" "$count" <<'PY'

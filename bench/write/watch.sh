@@ -10,15 +10,7 @@
 # usage: bench/write/watch.sh [path/to/quillbrook-cli] [count]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
-
-cli=$(realpath "${1:-build/release/src/cli/quillbrook-cli}")
-count=${2:-100}
-template=$PWD/examples/images/A101_0001.jpg
-exiftool=$(command -v exiftool)
-[ -x "$cli" ] || { echo "no quillbrook-cli at $cli; build it first" >&2; exit 2; }
-
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source bench/prologue.sh 100 "$@"
 
 python3 - "$work" "$count" "$template" "$cli" "$exiftool" <<'PY'
 import json, os, shutil, signal, statistics, subprocess, sys, threading, time
