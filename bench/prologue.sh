@@ -14,3 +14,5 @@ exiftool=$(command -v exiftool)
 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# The journals the writes keep go with the scratch folder, not the user's.
+export XDG_STATE_HOME="$work/state"

@@ -2,7 +2,6 @@
 # Shared set-up of the write benchmarks: a CSV of $count rows, its mappings
 # and fresh copies of one small JPEG. Sourced, not run.
 source bench/prologue.sh 1000 "$@"
-export XDG_STATE_HOME="$work/state"
 
 python3 - "$work" "$count" <<'PY'
 import csv, json, os, sys

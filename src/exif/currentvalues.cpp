@@ -3,6 +3,10 @@
 
 #include "extensions/dynamicvaluejson.h"
 
+#include <algorithm>
+#include <thread>
+#include <vector>
+
 namespace qb {
 
 bool keyNamesTag(const QString& key, const QString& tag)
@@ -60,12 +64,11 @@ std::expected<CurrentValues, Error> parsed(const QByteArray& answer, const QStri
 
 } // namespace
 
-std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
-                                                      const QStringList& paths,
-                                                      const QStringList& tags, bool numeric)
+namespace {
+
+std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QStringList& paths,
+                                             const QStringList& tags, bool numeric)
 {
-    if (paths.isEmpty() || tags.isEmpty())
-        return CurrentValues{};
     QStringList arguments{QStringLiteral("-G0:1"), QStringLiteral("-json")};
     if (numeric)
         arguments << QStringLiteral("-n");
@@ -88,6 +91,39 @@ std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
             result = std::unexpected(failure.toError(ExiftoolTask::read));
     });
     return result;
+}
+
+} // namespace
+
+std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
+                                                      const QStringList& paths,
+                                                      const QStringList& tags, bool numeric,
+                                                      int parts)
+{
+    if (paths.isEmpty() || tags.isEmpty())
+        return CurrentValues{};
+    parts = int(std::clamp<qsizetype>(parts, 1, paths.size()));
+    if (parts == 1)
+        return readPart(exiftool, paths, tags, numeric);
+    std::vector<std::expected<CurrentValues, Error>> results(static_cast<std::size_t>(parts));
+    {
+        std::vector<std::jthread> readers;
+        const qsizetype size = paths.size();
+        for (int i = 0; i < parts; ++i) {
+            const qsizetype from = size * i / parts;
+            const qsizetype to = size * (i + 1) / parts;
+            readers.emplace_back([&, i, part = paths.mid(from, to - from), reader = exiftool] {
+                results[std::size_t(i)] = readPart(reader, part, tags, numeric);
+            });
+        }
+    } // every reader has ended here
+    CurrentValues all;
+    for (auto& result : results) {
+        if (!result)
+            return std::unexpected(result.error());
+        all.merge(*result);
+    }
+    return all;
 }
 
 } // namespace qb

@@ -17,13 +17,16 @@ namespace qb {
 using CurrentValues = std::map<QString, DynamicValue::Dictionary>;
 
 // Reads `tags` ("GROUP:Name", the group of family 0 or 1) of `paths` in one
-// run of exiftool. `numeric` reads the raw values (-n), which write back
+// run of exiftool (but see `parts`). `numeric` reads the raw values (-n), which write back
 // exactly; without it the values read as the writer's values are given.
 // Only a run that could not start, or was stopped, is an error: files
-// exiftool could not read are left out.
+// exiftool could not read are left out. With `parts` above one, the paths
+// are split into that many contiguous runs read by exiftools at once, as a
+// parallel write splits its batch, so that the read keeps pace with it.
 std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
                                                       const QStringList& paths,
-                                                      const QStringList& tags, bool numeric);
+                                                      const QStringList& tags, bool numeric,
+                                                      int parts = 1);
 
 // Whether exiftool's key "XMP:XMP-dc:Title" (read with -G0:1) is the tag
 // "XMP-dc:Title", "XMP:Title" or "Title". Groups and names compare without

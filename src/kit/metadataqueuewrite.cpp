@@ -285,7 +285,7 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     QString journal;
     if (const auto directory = journalDirectoryChoice()) {
         const auto kept = keepJournal(exiftool, targets.paths(), destinationTags(imagesOf(batch)),
-                                      caseName(m_writeMethod), m_clock(), *directory);
+                                      caseName(m_writeMethod), m_clock(), *directory, chunks);
         if (!kept) {
             continuation(std::unexpected(kept.error()), {});
             return;

@@ -228,7 +228,7 @@ QStringList journalTags(const QStringList& tags)
 
 std::expected<QString, Error> keepJournal(const ExifTool& exiftool, const QStringList& paths,
                                           const QStringList& tags, const QString& method,
-                                          const QDateTime& now, const QString& directory)
+                                          const QDateTime& now, const QString& directory, int parts)
 {
     WriteJournal journal{now, method, journalTags(tags), {}};
     ExifTool reader = exiftool;
@@ -238,7 +238,7 @@ std::expected<QString, Error> keepJournal(const ExifTool& exiftool, const QStrin
         if (QFileInfo::exists(path))
             existing << path;
     }
-    const auto current = readCurrentValues(reader, existing, journal.tags, true);
+    const auto current = readCurrentValues(reader, existing, journal.tags, true, parts);
     if (!current)
         return std::unexpected(current.error());
     for (const QString& path : paths) {

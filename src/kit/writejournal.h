@@ -52,11 +52,13 @@ QStringList journalPaths(const QString& directory = journalDirectory());
 QStringList journalTags(const QStringList& tags);
 
 // Reads the current values of `tags` in `paths` and saves them as a new
-// journal, named after `now`, in `directory`. Answers its path.
+// journal, named after `now`, in `directory`, reading with as many
+// exiftools as `parts`. Answers its path.
 std::expected<QString, Error> keepJournal(const ExifTool& exiftool, const QStringList& paths,
                                           const QStringList& tags, const QString& method,
                                           const QDateTime& now,
-                                          const QString& directory = journalDirectory());
+                                          const QString& directory = journalDirectory(),
+                                          int parts = 1);
 
 // Puts the journal's values back: tags that were absent are deleted, a
 // sidecar that didn't exist is removed. A file that has gone since fails

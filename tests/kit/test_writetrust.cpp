@@ -60,6 +60,8 @@ protected:
         queue.setExiftoolLocation(exiftoolPath);
         queue.setWriterLockPath(m_dir.filePath("write.lock"));
         queue.setJournalDirectory(m_dir.filePath("journal"));
+        queue.setWriteJobs(m_jobs);
+        queue.setParallelThreshold(2);
         queue.enqueue(images);
         std::optional<MetadataQueue::WriteResult> outcome;
         WriteReport report;
@@ -77,7 +79,12 @@ protected:
     }
 
     QTemporaryDir m_dir;
+    int m_jobs = 1;
 };
+
+// With two jobs the batch is split, and the journal read with it.
+class WriteTrustJobs : public WriteTrust, public ::testing::WithParamInterface<int> {};
+INSTANTIATE_TEST_SUITE_P(OneAndTwoExiftools, WriteTrustJobs, ::testing::Values(1, 2));
 
 TEST(WritePreview, MarksUnchangedValuesAbsentOnesAndUnmatchedImages)
 {
@@ -152,8 +159,9 @@ TEST_F(WriteTrust, ReportNamesEachFailedFileWithItsOwnReason)
     EXPECT_EQ(countOutcomes(report.outcomes).written, canLock ? 1 : 2);
 }
 
-TEST_F(WriteTrust, UndoPutsBackEveryValueAndDeletesTagsThatWereAbsent)
+TEST_P(WriteTrustJobs, UndoPutsBackEveryValueAndDeletesTagsThatWereAbsent)
 {
+    m_jobs = GetParam();
     const QString first = jpeg("first.jpg");
     const QString second = jpeg("second.jpg");
     const QString gone = jpeg("gone.jpg");
