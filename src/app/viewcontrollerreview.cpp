@@ -8,6 +8,7 @@
 #include "app/writereviewdialogs.h"
 
 #include "kit/metadataassignment.h"
+#include "kit/parallelwrite.h"
 #include "kit/preferences.h"
 #include "kit/writejournal.h"
 #include "kit/writepreview.h"
@@ -105,12 +106,14 @@ void ViewController::previewMetadata()
     }
     const QString exiftool =
         MetadataQueue::shared(m_services.preferences->writeMethod()).exiftoolLocation();
+    const int parts = chunkCount(qsizetype(images.size()), m_services.preferences->writeJobs(),
+                                 defaultParallelThreshold);
     setWorking(true);
     // The images were made for this preview alone; only the pool touches them.
     runOffMainThread(
         this,
-        [exiftool, images = std::move(images), unmatched] {
-            return previewWrite(ExifTool(exiftool, {}), images, unmatched);
+        [exiftool, images = std::move(images), unmatched, parts] {
+            return previewWrite(ExifTool(exiftool, {}), images, unmatched, parts);
         },
         [this](const std::expected<WritePreview, Error>& preview) {
             setWorking(false);

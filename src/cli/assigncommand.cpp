@@ -310,7 +310,7 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
         return *refused;
     if (parser.isSet(options.preview))
         return printPreview(images, unmatchedImages(found.images, images), exiftoolFor(exiftool),
-                            parser.isSet(options.json), streams);
+                            choice.jobs, parser.isSet(options.json), streams);
     if (parser.isSet(options.dryRun)) {
         printDryRun(images, choice.method, streams);
         return ExitStatus::success;

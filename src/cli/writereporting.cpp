@@ -4,6 +4,7 @@
 #include "jsonoutput.h"
 
 #include "extensions/jsonfile.h"
+#include "kit/parallelwrite.h"
 #include "kit/writepreview.h"
 
 #include <QSet>
@@ -79,9 +80,10 @@ QList<QUrl> unmatchedImages(const QList<QUrl>& found, const ExifImages& mapped)
 }
 
 ExitStatus printPreview(const ExifImages& images, const QList<QUrl>& unmatched,
-                        const QString& exiftool, bool json, Streams& streams)
+                        const QString& exiftool, int jobs, bool json, Streams& streams)
 {
-    const auto preview = previewWrite(ExifTool(exiftool, {}), images, unmatched);
+    const int parts = chunkCount(qsizetype(images.size()), jobs, defaultParallelThreshold);
+    const auto preview = previewWrite(ExifTool(exiftool, {}), images, unmatched, parts);
     if (!preview) {
         printError(streams, preview.error());
         return ExitStatus::failure;

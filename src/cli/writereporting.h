@@ -36,7 +36,8 @@ std::expected<void, Error> saveReport(const WriteReport& report, const QString& 
 // The images found that matched no row.
 QList<QUrl> unmatchedImages(const QList<QUrl>& found, const ExifImages& mapped);
 
+// Reads with as many exiftools as a write of the images with `jobs` would.
 ExitStatus printPreview(const ExifImages& images, const QList<QUrl>& unmatched,
-                        const QString& exiftool, bool json, Streams& streams);
+                        const QString& exiftool, int jobs, bool json, Streams& streams);
 
 } // namespace qb::cli

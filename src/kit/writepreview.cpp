@@ -77,14 +77,14 @@ WritePreview buildPreview(const ExifImages& images, const CurrentValues& current
 }
 
 std::expected<WritePreview, Error> previewWrite(const ExifTool& exiftool, const ExifImages& images,
-                                                const QList<QUrl>& unmatched)
+                                                const QList<QUrl>& unmatched, int parts)
 {
     QStringList paths;
     for (const auto& image : images)
         paths << pathOf(*image);
     ExifTool reader = exiftool;
     reader.setTrace({});
-    const auto current = readCurrentValues(reader, paths, destinationTags(images), false);
+    const auto current = readCurrentValues(reader, paths, destinationTags(images), false, parts);
     if (!current)
         return std::unexpected(current.error());
     return buildPreview(images, *current, unmatched);

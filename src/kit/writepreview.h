@@ -49,9 +49,9 @@ WritePreview buildPreview(const ExifImages& images, const CurrentValues& current
                           const QList<QUrl>& unmatched);
 
 // Reads the current values of every tag the images would get, in one run of
-// exiftool, and builds the preview.
+// exiftool or in `parts` at once, and builds the preview.
 std::expected<WritePreview, Error> previewWrite(const ExifTool& exiftool, const ExifImages& images,
-                                                const QList<QUrl>& unmatched);
+                                                const QList<QUrl>& unmatched, int parts = 1);
 
 // The tags that `images` would get, in their first order, SourceFile left out.
 QStringList destinationTags(const ExifImages& images);
