@@ -4,10 +4,10 @@
 
 #include "jsonoutput.h"
 #include "sourceoptions.h"
+#include "writeoptions.h"
 
 #include "captureone/captureoneadjustmentwriter.h"
 #include "extensions/interruption.h"
-#include "extensions/jsonfile.h"
 #include "kit/matchfindings.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadataqueue.h"
@@ -26,11 +26,7 @@ namespace {
 
 using Method = MetadataQueue::WriteMethod;
 
-struct AssignOptions {
-    QCommandLineOption mappings{QStringLiteral("mappings"),
-                                QStringLiteral("JSON array of mapping objects (the rule rows); "
-                                               "overrides the rows of --document."),
-                                QStringLiteral("FILE")};
+struct AssignOptions : WriteOptions {
     QCommandLineOption dryRun{QStringLiteral("dry-run"),
                               QStringLiteral("Print what would be written; write nothing.")};
     QCommandLineOption strict{QStringLiteral("strict"),
@@ -41,12 +37,6 @@ struct AssignOptions {
                               QStringLiteral("direct, xmp or captureone (default: the "
                                              "write method of the preferences)."),
                               QStringLiteral("METHOD")};
-    QCommandLineOption sidecarName{QStringLiteral("sidecar-name"),
-                                   QStringLiteral("How xmp names sidecars: name (A1.xmp) or "
-                                                  "name.ext (A1.CR3.xmp, as darktable and "
-                                                  "digiKam read them); default: the "
-                                                  "preferences."),
-                                   QStringLiteral("FORM")};
     QCommandLineOption preview{QStringLiteral("preview"),
                                QStringLiteral("Print each image's tags as current → new, and "
                                               "the images no row matched; write nothing.")};
@@ -74,14 +64,6 @@ std::optional<Method> writeMethodNamed(const QString& name)
     if (name == QLatin1String("captureone"))
         return Method::captureOne;
     return std::nullopt;
-}
-
-std::expected<std::vector<MetadataMapping>, Error> readMappings(const QString& path)
-{
-    const auto json = readJsonFile(path);
-    if (!json)
-        return std::unexpected(json.error());
-    return MetadataMapping::decodeList(*json);
 }
 
 // exiftool's warnings, then the outcome with its counts: the closing line
@@ -234,15 +216,12 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
         }
         choice.method = *named;
     }
-    if (parser.isSet(options.sidecarName)) {
-        const auto naming = sidecarNamingNamed(parser.value(options.sidecarName));
-        if (!naming) {
-            printError(streams, QStringLiteral("unknown sidecar name '%1'; use name or name.ext")
-                                    .arg(parser.value(options.sidecarName)));
-            return std::unexpected(ExitStatus::usage);
-        }
-        choice.naming = *naming;
+    const auto naming = chosenSidecarNaming(parser, options, choice.naming);
+    if (!naming) {
+        printError(streams, naming.error());
+        return std::unexpected(ExitStatus::usage);
     }
+    choice.naming = *naming;
     if (parser.isSet(options.jobs)) {
         bool number = false;
         choice.jobs = parser.value(options.jobs).toInt(&number);
@@ -261,19 +240,14 @@ std::expected<std::vector<MetadataMapping>, ExitStatus>
 chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
                const LoadedSource& source, Streams& streams)
 {
-    std::vector<MetadataMapping> mappings =
-        source.documentRows.value_or(std::vector<MetadataMapping>{});
-    if (parser.isSet(options.mappings)) {
-        auto read = readMappings(parser.value(options.mappings));
-        if (!read) {
-            printError(streams, read.error());
-            return std::unexpected(ExitStatus::usage);
-        }
-        mappings = std::move(*read);
+    auto mappings = chosenRows(parser, options, source);
+    if (!mappings) {
+        printError(streams, mappings.error());
+        return std::unexpected(ExitStatus::usage);
     }
-    for (const QString& warning : missingColumnWarnings(mappings, source.dataSource->keyNames()))
+    for (const QString& warning : missingColumnWarnings(*mappings, source.dataSource->keyNames()))
         printError(streams, warning);
-    return mappings;
+    return std::move(*mappings);
 }
 
 // The images in the paths, searched once so that the findings and the

@@ -4,10 +4,10 @@
 #include "watchcommand.h"
 
 #include "sourceoptions.h"
+#include "writeoptions.h"
 
 #include "exif/stayopenexiftool.h"
 #include "extensions/interruption.h"
-#include "extensions/jsonfile.h"
 #include "kit/folderwatcher.h"
 #include "kit/metadataassignment.h"
 #include "kit/metadataqueue.h"
@@ -26,19 +26,11 @@ namespace {
 
 using Method = MetadataQueue::WriteMethod;
 
-struct WatchOptions {
-    QCommandLineOption mappings{QStringLiteral("mappings"),
-                                QStringLiteral("JSON array of mapping objects (the rule rows); "
-                                               "overrides the rows of --document."),
-                                QStringLiteral("FILE")};
+struct WatchOptions : WriteOptions {
     QCommandLineOption method{QStringLiteral("method"),
                               QStringLiteral("direct or xmp (default: the write method of the "
                                              "preferences)."),
                               QStringLiteral("METHOD")};
-    QCommandLineOption sidecarName{QStringLiteral("sidecar-name"),
-                                   QStringLiteral("How xmp names sidecars: name or name.ext "
-                                                  "(default: the preferences)."),
-                                   QStringLiteral("FORM")};
     QCommandLineOption recursive{QStringLiteral("recursive"),
                                  QStringLiteral("Watch the subfolders too.")};
     QCommandLineOption poll{QStringLiteral("poll"),
@@ -70,13 +62,10 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
         return std::unexpected(QStringLiteral("watch can't write to Capture One, the method of "
                                               "the preferences; give --method direct or xmp"));
     }
-    if (parser.isSet(options.sidecarName)) {
-        const auto naming = sidecarNamingNamed(parser.value(options.sidecarName));
-        if (!naming)
-            return std::unexpected(QStringLiteral("unknown sidecar name '%1'; use name or name.ext")
-                                       .arg(parser.value(options.sidecarName)));
-        setup.naming = *naming;
-    }
+    const auto naming = chosenSidecarNaming(parser, options, setup.naming);
+    if (!naming)
+        return std::unexpected(naming.error());
+    setup.naming = *naming;
     setup.watching.recursive = parser.isSet(options.recursive);
     if (parser.isSet(options.poll)) {
         bool number = false;
@@ -87,18 +76,6 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
         setup.watching.poll = FolderWatcher::Milliseconds(qint64(seconds * 1000));
     }
     return setup;
-}
-
-std::expected<std::vector<MetadataMapping>, Error> chosenMappings(const QCommandLineParser& parser,
-                                                                  const WatchOptions& options,
-                                                                  const LoadedSource& source)
-{
-    if (!parser.isSet(options.mappings))
-        return source.documentRows.value_or(std::vector<MetadataMapping>{});
-    const auto json = readJsonFile(parser.value(options.mappings));
-    if (!json)
-        return std::unexpected(json.error());
-    return MetadataMapping::decodeList(*json);
 }
 
 // Writes the arrivals one at a time, in order, and says how each went.
@@ -272,7 +249,7 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     const auto source = loadSource(parser, sourceOptions, streams);
     if (!source)
         return source.error();
-    auto mappings = chosenMappings(parser, options, *source);
+    auto mappings = chosenRows(parser, options, *source);
     if (!mappings) {
         printError(streams, mappings.error());
         return ExitStatus::usage;
