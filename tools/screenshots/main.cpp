@@ -24,7 +24,6 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTextStream>
 
@@ -98,6 +97,26 @@ bool saveImageWarning(ViewController& controller, const QString& examples, const
     return saved;
 }
 
+// A folder made empty for the run and removed after it.
+class ScratchFolder {
+public:
+    explicit ScratchFolder(const QString& path)
+        : m_dir(path)
+    {
+        m_dir.removeRecursively();
+        m_dir.mkpath(QStringLiteral("."));
+    }
+    ~ScratchFolder() { m_dir.removeRecursively(); }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    QString filePath(const QString& name) const { return m_dir.filePath(name); }
+    QString path() const { return m_dir.path(); }
+
+private:
+    QDir m_dir;
+};
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -115,8 +134,10 @@ int main(int argc, char* argv[])
     setLogSink({});
     setPrintSink({});
 
-    // Preferences of their own, so that the pictures show a new user's defaults.
-    QTemporaryDir home;
+    // Preferences of their own, so that the pictures show a new user's
+    // defaults, in a folder whose name doesn't change from run to run, as
+    // the pictures then don't either.
+    const ScratchFolder home(QDir::tempPath() + QStringLiteral("/Quillbrook Screenshots"));
     Preferences preferences(home.filePath(QStringLiteral("preferences.ini")));
     NotificationCenter center;
     AppDelegate delegate(preferences, center);
