@@ -19,8 +19,6 @@
 #include <QHash>
 #include <QTemporaryDir>
 
-#include <sys/stat.h>
-
 namespace qb {
 
 namespace {
@@ -72,7 +70,7 @@ public:
     {
         for (const auto& entry : batch) {
             const QString path = entry.second->url().value_or(entry.first).toLocalFile();
-            m_files.push_back({path, state(path)});
+            m_files.push_back({path, FileStamp::of(path)});
         }
     }
 
@@ -80,7 +78,7 @@ public:
     const QString& path(std::size_t index) const { return m_files[index].path; }
     bool changed(std::size_t index) const
     {
-        return state(m_files[index].path) != m_files[index].before;
+        return FileStamp::of(m_files[index].path) != m_files[index].before;
     }
     QStringList paths() const
     {
@@ -93,34 +91,24 @@ public:
     qsizetype changedCount() const
     {
         return std::ranges::count_if(
-            m_files, [](const File& file) { return state(file.path) != file.before; });
+            m_files, [](const File& file) { return FileStamp::of(file.path) != file.before; });
+    }
+
+    // Each file's stamp from before the write, in batch order.
+    std::vector<FileStamp> stampsBefore() const
+    {
+        std::vector<FileStamp> stamps;
+        stamps.reserve(m_files.size());
+        for (const File& file : m_files)
+            stamps.push_back(file.before);
+        return stamps;
     }
 
 private:
-    struct State {
-        bool exists = false;
-        ino_t inode = 0;
-        off_t size = 0;
-        timespec modified{};
-        bool operator==(const State& other) const
-        {
-            return exists == other.exists && inode == other.inode && size == other.size &&
-                   modified.tv_sec == other.modified.tv_sec &&
-                   modified.tv_nsec == other.modified.tv_nsec;
-        }
-    };
     struct File {
         QString path;
-        State before;
+        FileStamp before;
     };
-
-    static State state(const QString& path)
-    {
-        struct stat info {};
-        if (::stat(QFile::encodeName(path).constData(), &info) != 0)
-            return {};
-        return {true, info.st_ino, info.st_size, info.st_mtim};
-    }
 
     std::vector<File> m_files;
 };
@@ -293,10 +281,12 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
         journal = *kept;
     }
     std::optional<WriteProgress> progress;
-    progress.emplace(targets.paths(), [this](qsizetype done, qsizetype total) {
-        QMetaObject::invokeMethod(
-            this, [this, done, total] { emit writeProgress(done, total); }, Qt::QueuedConnection);
-    });
+    progress.emplace(targets.paths(), targets.stampsBefore(),
+                     [this](qsizetype done, qsizetype total) {
+                         QMetaObject::invokeMethod(
+                             this, [this, done, total] { emit writeProgress(done, total); },
+                             Qt::QueuedConnection);
+                     });
     WriteResult result = std::unexpected(Error{});
     WriteReport report;
     if (parallel) {

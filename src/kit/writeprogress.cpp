@@ -11,42 +11,32 @@
 
 namespace qb {
 
-namespace {
-
-struct Stamp {
-    ino_t inode = 0;
-    timespec modified{};
-    bool operator==(const Stamp& other) const
-    {
-        return inode == other.inode && modified.tv_sec == other.modified.tv_sec &&
-               modified.tv_nsec == other.modified.tv_nsec;
-    }
-};
-
-Stamp stampOf(const QByteArray& path)
+FileStamp FileStamp::of(const QString& path)
 {
     struct stat info {};
-    if (::stat(path.constData(), &info) != 0)
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return {};
-    return {info.st_ino, info.st_mtim};
+    return {true, info.st_ino, info.st_size, info.st_mtim};
 }
 
-} // namespace
+bool FileStamp::operator==(const FileStamp& other) const
+{
+    return exists == other.exists && inode == other.inode && size == other.size &&
+           modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec;
+}
 
-WriteProgress::WriteProgress(const QStringList& paths, Report report,
+WriteProgress::WriteProgress(const QStringList& paths, std::vector<FileStamp> before, Report report,
                              std::chrono::milliseconds interval)
 {
     struct Watched {
-        QByteArray path;
-        Stamp before;
+        QString path;
+        FileStamp before;
         bool done = false;
     };
     std::vector<Watched> files;
-    files.reserve(std::size_t(paths.size()));
-    for (const QString& path : paths) {
-        const QByteArray encoded = QFile::encodeName(path);
-        files.push_back({encoded, stampOf(encoded)});
-    }
+    files.reserve(before.size());
+    for (std::size_t i = 0; i < before.size() && i < std::size_t(paths.size()); ++i)
+        files.push_back({paths[qsizetype(i)], before[i]});
     m_thread = std::jthread([files = std::move(files), report = std::move(report),
                              interval](std::stop_token stop) mutable {
         std::mutex mutex;
@@ -60,7 +50,7 @@ WriteProgress::WriteProgress(const QStringList& paths, Report report,
             }
             qsizetype now = done;
             for (Watched& file : files) {
-                if (!file.done && !(stampOf(file.path) == file.before)) {
+                if (!file.done && FileStamp::of(file.path) != file.before) {
                     file.done = true;
                     ++now;
                 }
