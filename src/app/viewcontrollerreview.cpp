@@ -16,7 +16,6 @@
 #include <QFutureWatcher>
 #include <QMessageBox>
 #include <QPointer>
-#include <QSet>
 #include <QtConcurrent/QtConcurrentRun>
 
 #include <type_traits>
@@ -96,14 +95,7 @@ void ViewController::previewMetadata()
     const std::shared_ptr<MetadataSource> source = m_datasourceView->dataSource();
     ExifImages images =
         mapImages(*m_provider, *source, mappingsForRows(ruleEditor->allRowCriteria()));
-    QSet<QUrl> matched;
-    for (const auto& image : images)
-        matched.insert(image->url().value_or(QUrl()));
-    QList<QUrl> unmatched;
-    for (const QUrl& url : m_provider->images()) {
-        if (!matched.contains(url))
-            unmatched << url;
-    }
+    const QList<QUrl> unmatched = unmatchedImages(m_provider->images(), images);
     const QString exiftool =
         MetadataQueue::shared(m_services.preferences->writeMethod()).exiftoolLocation();
     const int parts = chunkCount(qsizetype(images.size()), m_services.preferences->writeJobs(),

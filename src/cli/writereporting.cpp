@@ -7,8 +7,6 @@
 #include "kit/parallelwrite.h"
 #include "kit/writepreview.h"
 
-#include <QSet>
-
 #include <unistd.h>
 
 namespace qb::cli {
@@ -62,21 +60,6 @@ std::expected<void, Error> saveReport(const WriteReport& report, const QString& 
         {"written", counts.written}, {"unchanged", counts.unchanged}, {"failed", counts.failed}};
     json["files"] = fileOutcomesJson(report.outcomes);
     return writeJsonFile(json, path);
-}
-
-QList<QUrl> unmatchedImages(const QList<QUrl>& found, const ExifImages& mapped)
-{
-    QSet<QUrl> matched;
-    for (const auto& image : mapped) {
-        if (const auto url = image->url())
-            matched.insert(*url);
-    }
-    QList<QUrl> rest;
-    for (const QUrl& url : found) {
-        if (!matched.contains(url))
-            rest << url;
-    }
-    return rest;
 }
 
 ExitStatus printPreview(const ExifImages& images, const QList<QUrl>& unmatched,

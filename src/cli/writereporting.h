@@ -33,9 +33,6 @@ void printFailedFiles(const FileOutcomes& outcomes, Streams& streams);
 // {"journal": PATH, "counts": {...}, "files": [...]} into the file at `path`.
 std::expected<void, Error> saveReport(const WriteReport& report, const QString& path);
 
-// The images found that matched no row.
-QList<QUrl> unmatchedImages(const QList<QUrl>& found, const ExifImages& mapped);
-
 // Reads with as many exiftools as a write of the images with `jobs` would.
 ExitStatus printPreview(const ExifImages& images, const QList<QUrl>& unmatched,
                         const QString& exiftool, int jobs, bool json, Streams& streams);

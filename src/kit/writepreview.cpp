@@ -3,6 +3,8 @@
 
 #include "extensions/dynamicvaluejson.h"
 
+#include <QSet>
+
 namespace qb {
 
 namespace {
@@ -74,6 +76,21 @@ WritePreview buildPreview(const ExifImages& images, const CurrentValues& current
     for (const QUrl& url : unmatched)
         preview.unmatched << url.toLocalFile();
     return preview;
+}
+
+QList<QUrl> unmatchedImages(const QList<QUrl>& found, const ExifImages& mapped)
+{
+    QSet<QUrl> matched;
+    for (const auto& image : mapped) {
+        if (const auto url = image->url())
+            matched.insert(*url);
+    }
+    QList<QUrl> rest;
+    for (const QUrl& url : found) {
+        if (!matched.contains(url))
+            rest << url;
+    }
+    return rest;
 }
 
 std::expected<WritePreview, Error> previewWrite(const ExifTool& exiftool, const ExifImages& images,

@@ -53,6 +53,9 @@ WritePreview buildPreview(const ExifImages& images, const CurrentValues& current
 std::expected<WritePreview, Error> previewWrite(const ExifTool& exiftool, const ExifImages& images,
                                                 const QList<QUrl>& unmatched, int parts = 1);
 
+// The images found that matched no row, in the order found.
+QList<QUrl> unmatchedImages(const QList<QUrl>& found, const ExifImages& mapped);
+
 // The tags that `images` would get, in their first order, SourceFile left out.
 QStringList destinationTags(const ExifImages& images);
 
