@@ -10,7 +10,7 @@
 #include "rules/rowconversion.h"
 
 #include "documents/mappingsdoc.h"
-#include "kit/csvdatasource.h"
+#include "sources/csvdatasource.h"
 
 #include "extensions/notificationcenter.h"
 

@@ -8,8 +8,8 @@
 #include "app/preferenceswindow.h"
 
 #include "exif/stayopenexiftool.h"
-#include "kit/metadataqueue.h"
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
+#include "writing/metadataqueue.h"
 
 #include <QApplication>
 #include <QDesktopServices>

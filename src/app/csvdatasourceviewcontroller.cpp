@@ -6,7 +6,7 @@
 
 #include "widgets/pathcontrol.h"
 
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 
 #include "extensions/dynamicvalue.h"
 #include "extensions/log.h"
@@ -297,7 +297,7 @@ void CSVDataSourceViewController::fileNameSelect()
 void CSVDataSourceViewController::matchStyleSelect()
 {
     const int tag = selectedMatchingStyle(*m_matchingStylePopUp);
-    const auto style = FileNameDataSource::matchingStyleFromRawValue(tag);
+    const auto style = matchingStyleFromRawValue(tag);
     if (!style)
         return;
     m_settings.selectedMatchStyle = tag;

@@ -4,7 +4,7 @@
 #include "app/datasourcepresentable.h"
 
 #include "documents/datasourcesettings.h"
-#include "kit/csvdatasource.h"
+#include "sources/csvdatasource.h"
 
 #include "widgets/pathcontrol.h"
 

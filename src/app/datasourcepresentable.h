@@ -2,7 +2,7 @@
 #pragma once
 
 #include "documents/filewrapper.h"
-#include "kit/metadatasource.h"
+#include "mapping/metadatasource.h"
 
 #include <QObject>
 #include <QPointer>

@@ -2,7 +2,7 @@
 #include "generalpreferenceviewcontroller.h"
 
 #include "extensions/log.h"
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 #include "widgets/controlbindings.h"
 
 #include <QButtonGroup>

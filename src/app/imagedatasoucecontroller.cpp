@@ -128,7 +128,7 @@ void ImageDataSouceController::importFileAction()
 void ImageDataSouceController::matchStyleSelect()
 {
     const int tag = selectedMatchingStyle(*m_matchingStylePopUp);
-    if (!FileNameDataSource::matchingStyleFromRawValue(tag))
+    if (!matchingStyleFromRawValue(tag))
         return;
     m_settings.selectedMatchStyle = tag;
     applyStyle();

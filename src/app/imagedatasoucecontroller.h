@@ -4,7 +4,7 @@
 #include "app/datasourcepresentable.h"
 
 #include "documents/datasourcesettings.h"
-#include "kit/imagedatasource.h"
+#include "sources/imagedatasource.h"
 
 #include "widgets/dropviews.h"
 

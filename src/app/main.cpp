@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/appdelegate.h"
 
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 
 #include "extensions/notificationcenter.h"
 

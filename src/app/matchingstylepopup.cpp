@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "matchingstylepopup.h"
 
-#include "kit/filenamedatasource.h"
+#include "sources/filenamedatasource.h"
 
 namespace qb {
 
@@ -11,7 +11,7 @@ QComboBox* makeMatchingStylePopUp(QWidget* parent)
     popUp->setObjectName(QStringLiteral("matchingStylePopUp"));
     popUp->setAccessibleName(QStringLiteral("File name matching"));
     const char* titles[] = {"contains", "is equal to", "begins with", "matches", "ends with"};
-    for (FileNameDataSource::MatchingStyle style : FileNameDataSource::allMatchingStyles)
+    for (FileNameDataSource::MatchingStyle style : allMatchingStyles)
         popUp->addItem(QString::fromLatin1(titles[int(style)]), int(style));
     selectMatchingStyle(*popUp, int(FileNameDataSource::MatchingStyle::prefix));
     return popUp;

@@ -12,11 +12,11 @@
 #include "widgets/fileandfolderdialog.h"
 
 #include "documents/mappingsdoc.h"
-#include "kit/matchfindings.h"
-#include "kit/preferences.h"
-#include "kit/shotlistcoordinator.h"
-#include "kit/writejournal.h"
-#include "kit/writepreview.h"
+#include "preferences/preferences.h"
+#include "sources/matchfindings.h"
+#include "sources/shotlistcoordinator.h"
+#include "writing/writejournal.h"
+#include "writing/writepreview.h"
 
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"

@@ -5,10 +5,10 @@
 
 #include "widgets/criteriatreedelegate.h"
 
-#include "kit/imagedatasource.h"
-#include "kit/imagevalidator.h"
-#include "kit/metadataqueue.h"
-#include "kit/urlimageprovider.h"
+#include "sources/imagedatasource.h"
+#include "sources/imagevalidator.h"
+#include "sources/urlimageprovider.h"
+#include "writing/metadataqueue.h"
 
 #include <QPointer>
 #include <QWidget>

@@ -7,11 +7,11 @@
 #include "app/errorpresenter.h"
 #include "app/writereviewdialogs.h"
 
-#include "kit/metadataassignment.h"
-#include "kit/parallelwrite.h"
-#include "kit/preferences.h"
-#include "kit/writejournal.h"
-#include "kit/writepreview.h"
+#include "mapping/metadataassignment.h"
+#include "preferences/preferences.h"
+#include "writing/parallelwrite.h"
+#include "writing/writejournal.h"
+#include "writing/writepreview.h"
 
 #include <QFutureWatcher>
 #include <QMessageBox>

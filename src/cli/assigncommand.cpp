@@ -8,15 +8,15 @@
 
 #include "captureone/captureoneadjustmentwriter.h"
 #include "extensions/interruption.h"
-#include "kit/matchfindings.h"
-#include "kit/metadataassignment.h"
-#include "kit/metadataqueue.h"
-#include "kit/preferences.h"
-#include "kit/urlimageprovider.h"
-#include "kit/writechecks.h"
-#include "kit/writejournal.h"
-#include "kit/writepreview.h"
+#include "mapping/metadataassignment.h"
+#include "preferences/preferences.h"
+#include "sources/matchfindings.h"
+#include "sources/urlimageprovider.h"
 #include "writereporting.h"
+#include "writing/metadataqueue.h"
+#include "writing/writechecks.h"
+#include "writing/writejournal.h"
+#include "writing/writepreview.h"
 
 #include <QEventLoop>
 

@@ -4,7 +4,7 @@
 
 #include "jsonoutput.h"
 
-#include "kit/csvdatasource.h"
+#include "sources/csvdatasource.h"
 
 #include <QFileInfo>
 

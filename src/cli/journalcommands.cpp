@@ -5,8 +5,8 @@
 #include "writereporting.h"
 
 #include "extensions/jsonfile.h"
-#include "kit/metadataqueue.h"
-#include "kit/writejournal.h"
+#include "writing/metadataqueue.h"
+#include "writing/writejournal.h"
 
 #include <QFileInfo>
 

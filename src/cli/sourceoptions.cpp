@@ -5,9 +5,9 @@
 
 #include "documents/mappingsdoc.h"
 #include "exif/metadatareader.h"
-#include "kit/csvdatasource.h"
-#include "kit/imagedatasource.h"
-#include "kit/urlimageprovider.h"
+#include "sources/csvdatasource.h"
+#include "sources/imagedatasource.h"
+#include "sources/urlimageprovider.h"
 
 #include <QFileInfo>
 

@@ -4,8 +4,8 @@
 #include "command.h"
 #include "csvcommand.h"
 
-#include "kit/filenamedatasource.h"
-#include "kit/metadatamapping.h"
+#include "mapping/metadatamapping.h"
+#include "sources/filenamedatasource.h"
 
 #include <QUrl>
 

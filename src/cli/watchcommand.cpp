@@ -8,11 +8,11 @@
 
 #include "exif/stayopenexiftool.h"
 #include "extensions/interruption.h"
-#include "kit/folderwatcher.h"
-#include "kit/metadataassignment.h"
-#include "kit/metadataqueue.h"
-#include "kit/preferences.h"
-#include "kit/writechecks.h"
+#include "mapping/metadataassignment.h"
+#include "preferences/preferences.h"
+#include "writing/folderwatcher.h"
+#include "writing/metadataqueue.h"
+#include "writing/writechecks.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -4,8 +4,8 @@
 #include "jsonoutput.h"
 
 #include "extensions/jsonfile.h"
-#include "kit/parallelwrite.h"
-#include "kit/writepreview.h"
+#include "writing/parallelwrite.h"
+#include "writing/writepreview.h"
 
 #include <unistd.h>
 

@@ -6,7 +6,7 @@
 #include "command.h"
 
 #include "exif/metadatamanager.h"
-#include "kit/metadataassignment.h"
+#include "mapping/metadataassignment.h"
 
 #include <QList>
 #include <QUrl>

@@ -48,7 +48,7 @@ CSVParser::CSVParser(CSVReaderConfiguration config, CSVReaderSettings settings,
     if (m_configuration.headerStrategy != Strategy::Header::firstLine)
         return;
     if (!parseLine(0)) {
-        m_status.kind = CSVReader::Status::Kind::finished;
+        m_status.kind = CSVReaderStatus::Kind::finished;
         return;
     }
     // A parsed line always has a field; this guards against that changing.
@@ -80,7 +80,7 @@ CSVFileView CSVParser::readFile()
 // The rules that turn lines into rows: blank lines, field counts, the status.
 bool CSVParser::nextLine()
 {
-    using Kind = CSVReader::Status::Kind;
+    using Kind = CSVReaderStatus::Kind;
     if (m_status.kind == Kind::finished)
         return false;
     if (m_status.kind == Kind::failed)

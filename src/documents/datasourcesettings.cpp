@@ -13,7 +13,7 @@ std::optional<FileNameDataSource::MatchingStyle> styleFromRaw(qint64 raw)
 {
     if (raw < std::numeric_limits<int>::min() || raw > std::numeric_limits<int>::max())
         return std::nullopt;
-    return FileNameDataSource::matchingStyleFromRawValue(int(raw));
+    return matchingStyleFromRawValue(int(raw));
 }
 
 template <class Settings>

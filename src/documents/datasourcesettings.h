@@ -4,8 +4,8 @@
 #include "documents/bookmarkurl.h"
 #include "documents/filewrapper.h"
 
-#include "kit/csvdatasource.h"
-#include "kit/filenamedatasource.h"
+#include "sources/csvdatasource.h"
+#include "sources/filenamedatasource.h"
 
 #include "extensions/error.h"
 #include "extensions/jsondecode.h"

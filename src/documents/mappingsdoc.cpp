@@ -15,8 +15,8 @@ namespace qb {
 
 namespace {
 
-const QString mappingMember = QStringLiteral("mapping.json");
-const QString datasourceMember = QStringLiteral("datasource");
+const QString mappingMember = mappingMemberName();
+const QString datasourceMember = datasourceMemberName();
 
 std::optional<QByteArray> regularContents(const std::map<QString, FileWrapper>& wrappers,
                                           const QString& name)

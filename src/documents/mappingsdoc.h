@@ -4,8 +4,8 @@
 #include "documents/datasourcesettings.h"
 #include "documents/filewrapper.h"
 
-#include "kit/filenamedatasource.h"
-#include "kit/metadatamapping.h"
+#include "mapping/metadatamapping.h"
+#include "sources/filenamedatasource.h"
 
 #include "extensions/error.h"
 #include "extensions/jsondecode.h"

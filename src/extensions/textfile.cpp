@@ -106,22 +106,6 @@ Error undeterminedCodePage(const QString& fileName)
 
 } // namespace
 
-Error fileReadError(const QString& path, const QString& systemReason, bool missing)
-{
-    Error error;
-    error.domain = QStringLiteral("QuillbrookKit.FileReadError");
-    error.code = missing ? 260 : 257;
-    const QString name = QFileInfo(path).fileName();
-    error.errorDescription =
-        missing ? QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there "
-                                 "is no such file.")
-                      .arg(name)
-                : QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened.").arg(name);
-    error.failureReason = systemReason;
-    error.userInfo.insert(QStringLiteral("path"), path);
-    return error;
-}
-
 std::expected<QString, Error> decodeText(const QByteArray& bytes, const QString& fileName)
 {
     for (const ByteOrderMark& mark : byteOrderMarks) {

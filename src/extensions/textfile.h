@@ -3,6 +3,7 @@
 
 #include "extensions/codepages.h"
 #include "extensions/error.h"
+#include "extensions/regularfile.h"
 
 #include <QByteArray>
 #include <QString>
@@ -35,8 +36,5 @@ std::expected<DecodedText, Error> decodeSpreadsheetText(const QByteArray& bytes,
 
 // The whole contents of a regular file.
 std::expected<QByteArray, Error> readFileBytes(const QString& path);
-
-// The error for a file that can't be opened or read, in the user's terms.
-Error fileReadError(const QString& path, const QString& systemReason, bool missing);
 
 } // namespace qb

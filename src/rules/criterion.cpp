@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "criterion.h"
 
-#include "rules/conversionmodes.h"
-#include "rules/destinationtable.h"
-
 #include "extensions/notificationcenter.h"
 
 namespace qb {
@@ -18,17 +15,6 @@ StringCriterion::StringCriterion(QString name, Criteria children, RowPart part)
 QString StringCriterion::description() const
 {
     return QStringLiteral("StringCriterion(") + name + QLatin1Char(')');
-}
-
-SourceTagCriterion::SourceTagCriterion(QString name, NotificationCenter* center)
-    : StringCriterion(std::move(name), makeConversionModes(center),
-                      {QStringLiteral("sourceColumn"), QStringLiteral("Source column")})
-{
-}
-
-QString SourceTagCriterion::description() const
-{
-    return QStringLiteral("SourceTagCriterion(") + name + QLatin1Char(')');
 }
 
 TextFieldCriterion::TextFieldCriterion(QString stringValue, std::optional<QString> placeholder,
@@ -61,25 +47,6 @@ QString TextFieldCriterion::editorChanged(const QString& fieldText)
     if (m_center)
         m_center->post(ruleTextChangeNotification, nullptr);
     return m_stringValue;
-}
-
-ConversionModeCriterion::ConversionModeCriterion(QString displayName)
-    : m_displayName(std::move(displayName))
-{
-}
-
-QString ConversionModeCriterion::description() const
-{
-    return QStringLiteral("ConversionModeCriterion(") + m_displayName + QLatin1Char(')');
-}
-
-Criteria ConversionModeCriterion::rowCriteria(const QString& tagName) const
-{
-    Criteria row = innerNodes();
-    const Criteria& last = row.empty() ? children() : row.back()->children();
-    if (ExifTagCriterionPtr tag = findDestination(last, tagName))
-        row.push_back(tag);
-    return row;
 }
 
 } // namespace qb

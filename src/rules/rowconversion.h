@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "rules/criterion.h"
+#include "rules/conversionmodes.h"
 
-#include "kit/metadatamapping.h"
+#include "mapping/metadatamapping.h"
 
 #include <QStringList>
 

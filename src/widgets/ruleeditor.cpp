@@ -138,7 +138,7 @@ void RuleEditor::insertRow(int at)
     if (!m_delegate || m_delegate->numberOfChildren(nullptr) == 0)
         return;
     at = std::clamp(at, 0, int(m_rows.size()));
-    auto* row = new RuleRow(*this, defaultPath({}));
+    auto* row = new RuleRow(*this, defaultPath({}), this);
     m_rows.insert(at, row);
     m_rowLayout->insertWidget(at, row);
     renumberRows();

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "rulerow.h"
 
-#include "widgets/ruleeditor.h"
-
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -56,9 +54,9 @@ void clearLayout(QHBoxLayout* layout)
 
 } // namespace
 
-RuleRow::RuleRow(RuleEditor& editor, Criteria criteria)
-    : QFrame(&editor)
-    , m_editor(editor)
+RuleRow::RuleRow(RuleRowHost& host, Criteria criteria, QWidget* parent)
+    : QFrame(parent)
+    , m_host(host)
     , m_criteria(std::move(criteria))
 {
     setObjectName(QStringLiteral("ruleRow"));
@@ -75,16 +73,14 @@ RuleRow::RuleRow(RuleEditor& editor, Criteria criteria)
                                QStringLiteral("Remove this rule"), this);
     layout->addWidget(m_addButton);
     layout->addWidget(m_removeButton);
-    connect(m_addButton, &QToolButton::clicked, this,
-            [this] { m_editor.insertRow(m_editor.rowOf(this) + 1); });
-    connect(m_removeButton, &QToolButton::clicked, this,
-            [this] { m_editor.removeRow(m_editor.rowOf(this)); });
+    connect(m_addButton, &QToolButton::clicked, this, [this] { m_host.insertRowAfter(this); });
+    connect(m_removeButton, &QToolButton::clicked, this, [this] { m_host.removeRowOf(this); });
     rebuild();
 }
 
 RuleRow::Level RuleRow::levelAt(int level) const
 {
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     Level result{level == 0 ? nullptr : m_criteria[std::size_t(level - 1)].get(), {}};
     if (!delegate)
         return result;
@@ -96,7 +92,7 @@ RuleRow::Level RuleRow::levelAt(int level) const
 
 QStringList RuleRow::shape() const
 {
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     QStringList shape;
     if (!delegate)
         return shape;
@@ -130,7 +126,7 @@ void RuleRow::rebuild()
 {
     clearLayout(m_controls);
     m_fields.clear();
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     if (!delegate)
         return;
     for (int level = 0; level < int(m_criteria.size()); ++level) {
@@ -151,7 +147,7 @@ void RuleRow::rebuild()
         addPopUp(next, rest, -1);
     markIncomplete(incomplete);
     bindFields();
-    setEditable(m_editor.isEditable());
+    setEditable(m_host.isEditable());
 }
 
 // The chosen node, or failing that one that reads the same: a row kept
@@ -171,7 +167,7 @@ int RuleRow::selectedIndex(const Level& level, const CriterionPtr& chosen) const
 
 void RuleRow::addPopUp(int level, const Level& choices, int selected)
 {
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     auto* popUp = new QComboBox(this);
     RowPart part;
     for (int i = 0; i < choices.choices.size(); ++i) {
@@ -262,14 +258,14 @@ void RuleRow::choose(int level, const CriterionPtr& choice)
     Criteria prefix(m_criteria.begin(), split);
     prefix.push_back(choice);
     const Criteria previous(split, m_criteria.end());
-    setCriteria(m_editor.defaultPath(std::move(prefix), previous));
-    m_editor.notifyRowsChanged();
+    setCriteria(m_host.defaultPath(std::move(prefix), previous));
+    m_host.notifyRowsChanged();
 }
 
 void RuleRow::markIncomplete(bool incomplete)
 {
     m_incomplete = incomplete;
-    setToolTip(incomplete ? m_editor.incompleteRowToolTip() : QString());
+    setToolTip(incomplete ? m_host.incompleteRowToolTip() : QString());
     setStyleSheet(incomplete ? QStringLiteral("QFrame#ruleRow { border: 2px solid #c62828; "
                                               "border-radius: 4px; }")
                              : QString());

@@ -8,6 +8,8 @@
 
 #include "widgets/rulerow.h"
 
+#include "writing/metadataqueue.h"
+
 #include <QAction>
 #include <QComboBox>
 #include <QLabel>

@@ -6,7 +6,7 @@
 #include "app/generalpreferenceviewcontroller.h"
 #include "app/preferenceswindow.h"
 #include "app/updater.h"
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 
 #include <QCheckBox>
 #include <QComboBox>

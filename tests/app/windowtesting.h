@@ -7,7 +7,7 @@
 #include "app/documentwindow.h"
 
 #include "documents/mappingsdoc.h"
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 
 #include "extensions/notificationcenter.h"
 
@@ -21,6 +21,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 

@@ -14,7 +14,7 @@
 #include "app/writereviewdialogs.h"
 
 #include "documents/mappingsdoc.h"
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "sources/matchingstyle.h"
+
+#include "mapping/metadatasource.h"
+
+#include <QString>
+
+#include <optional>
+
+namespace qb {
+
+using MetadataTable = std::map<QString, MetadataRow>;
+
+// A table of rows keyed by text, each key naming an image or a family of
+// images by file name under a matching style.
+class FileNameDataSource : public MetadataSource {
+public:
+    using MatchingStyle = qb::MatchingStyle;
+
+    explicit FileNameDataSource(MetadataTable metadata);
+
+    MatchingStyle matchingStyle() const { return m_matchingStyle; }
+    void setMatchingStyle(MatchingStyle style) { m_matchingStyle = style; }
+    const MetadataTable& metadata() const { return m_metadata; }
+    void setMetadata(MetadataTable metadata) { m_metadata = std::move(metadata); }
+
+    bool imageMatchesKey(const QUrl& url, const QString& key) const;
+
+    // The plain walk of the whole table, one comparison per row.
+    MetadataRow metadataForImage(const QUrl& url) const override;
+    QList<QUrl> imagesMatchingKey(const QString& key, const QList<QUrl>& urls) const override;
+    std::map<QString, QList<QUrl>> imagesByKey(const QList<QUrl>& urls) const override;
+    QStringList keyNames() const override;
+    QStringList keys() const override;
+    // The same answers as the plain walk, with the keys indexed once for the
+    // whole list; this is what an assignment over thousands of images uses.
+    std::vector<MetadataRow> metadataForImages(const QList<QUrl>& urls) const override;
+
+protected:
+    // For the subclasses, which fill the table in their own way.
+    FileNameDataSource() = default;
+
+private:
+    MatchingStyle m_matchingStyle = MatchingStyle::prefix;
+    MetadataTable m_metadata;
+};
+
+// A field takes its value from the first row that has something to say; a
+// row never erases a value. Texts, lists and dictionaries can be empty and
+// then give way; every other kind counts as filled.
+void mergeRow(MetadataRow& result, const MetadataRow& row);
+
+} // namespace qb

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "preferences/preferences.h"
+#include "sources/imagevalidator.h"
+
+#include "../support/testsupport.h"
+
+#include <QStandardPaths>
+
+#include <gtest/gtest.h>
+
+using namespace qb;
+using Validated = ImageValidator::ValidatedImages;
+
+namespace {
+
+using ImageValidatorTest = qb::testing::FileTree;
+
+TEST_F(ImageValidatorTest, DirectWritingKeepsWritableExtensionsAndFolders)
+{
+    const struct {
+        QUrl url;
+        bool valid;
+    } rows[] = {
+        {touch("a.jpg"), true},
+        {url("missing.nef"), true}, // stands or falls by its extension
+        {touch("e.txt"), false},
+        {touch("noextension"), false},
+        {touch(".jpg"), false}, // a hidden name, no extension
+        {touch("g.jpg.txt"), false},
+        {folder("shoot.txt"), true},
+        {QUrl::fromLocalFile(folder("plain").toLocalFile() + "/"), true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.url.toString().toStdString());
+        EXPECT_EQ(ImageValidator::validate({row.url}, 0).invalidCount, row.valid ? 0 : 1);
+    }
+}
+
+TEST_F(ImageValidatorTest, MessageCountsTheLeftOutImagesAndOnlyDirectWritingIsPicky)
+{
+    const Validated result =
+        ImageValidator::validate({touch("a.jpg"), touch("notes.txt"), touch("b.tif")}, 0);
+    const Validated expected{{url("a.jpg"), url("b.tif")},
+                             1,
+                             QStringLiteral("Exiftool can't write to 1 of the selected images. "
+                                            "They will be ignored.")};
+    EXPECT_EQ(result, expected);
+
+    // Only direct writing is picky.
+    const QList<QUrl> urls{url("notes.txt"), url("a.jpg"), url("missing")};
+    for (int method : {1, 2, 5, -1}) {
+        SCOPED_TRACE(method);
+        EXPECT_EQ(ImageValidator::validate(urls, method), (Validated{urls, 0, std::nullopt}));
+    }
+    EXPECT_EQ(ImageValidator::validate(urls, 0).invalidCount, 2);
+}
+
+TEST_F(ImageValidatorTest, ReadsTheStoredWriteMethod)
+{
+    QStandardPaths::setTestModeEnabled(true);
+    Preferences preferences(path("prefs.ini"));
+    preferences.registerDefaults(); // registers writeMethod 1, which isn't read
+    const QList<QUrl> urls{touch("notes.txt")};
+    EXPECT_EQ(ImageValidator::validate(urls, preferences).invalidCount, 1);
+    preferences.setWriteMethodValue(1);
+    EXPECT_EQ(ImageValidator::validate(urls, preferences).invalidCount, 0);
+}
+
+TEST_F(ImageValidatorTest, DroppedFoldersExpandAndFilesStay)
+{
+    touch("drop/b.jpg");
+    touch("drop/a.bmp");
+    touch("drop/readme.txt");
+    touch("drop/sub/deep.jpg");
+    touch("CaptureOne/Cache/c.jpg");
+    const QUrl text = touch("notes.txt");
+    const QList<QUrl> dropped{url("drop"), text, url("CaptureOne"), url("drop/b.jpg")};
+
+    EXPECT_EQ(ImageValidator::expandDroppedURLs(dropped, false),
+              QList<QUrl>({url("drop/a.bmp"), url("drop/b.jpg"), text, url("CaptureOne"),
+                           url("drop/b.jpg")}));
+    EXPECT_EQ(ImageValidator::expandDroppedURLs({url("drop")}, true),
+              QList<QUrl>({url("drop/a.bmp"), url("drop/b.jpg"), url("drop/sub/deep.jpg")}));
+
+    // The walk takes any image; validation then counts what exiftool can't write.
+    const Validated validated =
+        ImageValidator::validate(ImageValidator::expandDroppedURLs({url("drop")}, false), 0);
+    EXPECT_EQ(validated.validImages, QList<QUrl>{url("drop/b.jpg")});
+    EXPECT_EQ(validated.invalidCount, 1);
+}
+
+} // namespace
