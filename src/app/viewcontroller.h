@@ -8,34 +8,30 @@
 #include "sources/imagedatasource.h"
 #include "sources/imagevalidator.h"
 #include "sources/urlimageprovider.h"
-#include "writing/metadataqueue.h"
 
-#include <QPointer>
 #include <QWidget>
 
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 
 class QAction;
-class QCheckBox;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
-class QTimer;
 class QToolButton;
 
 namespace qb {
 
 class DestinationView;
-class FileAndFolderDialog;
+class ImagesAreaController;
+class ImageWarningViewController;
 class MappingsDoc;
 class NotificationCenter;
 class Preferences;
 class ShotlistViewController;
-class ImageWarningViewController;
+class WriteController;
 
 // What a document window needs from the application around it.
 struct WindowServices {
@@ -46,8 +42,9 @@ struct WindowServices {
     ImageDataSource::ReaderFactory imageReader;
 };
 
-// The one controller of a document window: it joins the document, the rule
-// rows, the data source panel, the images and the assign action.
+// The controller of a document window: it joins the document, the rule
+// rows and the data source panel, and hands the images and the write to
+// controllers of their own.
 class ViewController final : public QWidget,
                              public CriteriaTreeDelegate,
                              public DataSourceDelegate {
@@ -57,7 +54,7 @@ public:
     ViewController(MappingsDoc& document, WindowServices services, QWidget* parent = nullptr);
     ~ViewController() override;
 
-    // The outlets.
+    // The outlets; the images area's and the write's are theirs.
     RuleEditor* ruleEditor;
     QLabel* imageCountLabel;
     QProgressBar* progressIndicator;
@@ -71,21 +68,23 @@ public:
 
     MappingsDoc& document() const { return m_document; }
     DataSourcePresentable* datasourceView() const { return m_datasourceView.get(); }
-    URLImageProvider& provider() const { return *m_provider; }
-    const std::optional<ImageValidator::ValidatedImages>& validatedImages() const
-    {
-        return m_validatedImages;
-    }
-    QLabel* statusLabel() const { return m_statusLabel; }
+    ImagesAreaController& images() const { return *m_images; }
+    WriteController& writer() const { return *m_writer; }
+    URLImageProvider& provider() const;
+    const std::optional<ImageValidator::ValidatedImages>& validatedImages() const;
+    QLabel* statusLabel() const;
     // Where the rows tie to the images ambiguously, as the last refresh of
     // the image display found it: shown beside the image warning.
-    const QStringList& matchFindings() const { return m_matchFindings; }
+    const QStringList& matchFindings() const;
 
     // Actions.
     void selectImagesAction();
     // Chooses the data source panel by name: "csvsource" or "imagesource".
     void setDatasource(const QString& identifier);
     void assignMetadata();
+    void previewMetadata();
+    void restoreLastWrite();
+    bool canRestoreLastWrite() const;
     void exportCaptureFolders();
     void exportCaptureFolders(const QUrl& folder);
     // Marks the data source items by the panel in use; always true.
@@ -95,7 +94,6 @@ public:
 
     // Replaces the images, as a drop of files and folders does.
     void dropImages(const QList<QUrl>& urls);
-    void setWorking(bool working);
 
     void ruleEditorRowsDidChange(RuleEditor& editor) override;
 
@@ -113,18 +111,7 @@ signals:
 protected:
     void showEvent(QShowEvent* event) override;
 
-public:
-    // Reads what the write would change and shows it in a table, from
-    // which the user can go on to write.
-    void previewMetadata();
-    // Puts back the values this window's last write replaced, from its
-    // journal, and tells how that went.
-    void restoreLastWrite();
-    // Once this window has written, and while nothing else runs.
-    bool canRestoreLastWrite() const;
-
 private:
-    void showRestored(const std::expected<FileOutcomes, Error>& restored);
     void buildView();
     QWidget* buildImageBar();
     void viewDidLoad();
@@ -133,14 +120,7 @@ private:
     void showPanel();
     void applyEditable(bool editable);
     void storePanelSettings();
-    void showQueueStatus();
-    void finishWrite(const MetadataQueue::WriteResult& result, MetadataQueue::WriteMethod method,
-                     int count);
-    void watchQueue(MetadataQueue& queue);
-    void showProgress(qsizetype done, qsizetype total);
-    FileAndFolderDialog& openPanel();
-    QStringList findMatchFindings(const QList<QUrl>& images) const;
-    QString imageWarningText() const;
+    void updateWriteReadiness();
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
@@ -148,22 +128,8 @@ private:
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
     bool m_firstLoad = true;
     bool m_criteriaAreLoading = false;
-    bool m_working = false;
-    // What exiftool said of this window's last write, its journal included.
-    WriteReport m_lastReport;
-    QString m_lastJournal;
-    // "120 of 1,000 images written" while a long write runs.
-    QString m_progressText;
-    std::set<MetadataQueue*> m_watchedQueues;
-    std::shared_ptr<URLImageProvider> m_provider;
-    std::optional<ImageValidator::ValidatedImages> m_validatedImages;
-    QStringList m_matchFindings;
-    // Images of the last drop or choice left out, as their names aren't UTF-8.
-    QStringList m_leftOutImages;
-    QLabel* m_statusLabel;
-    QTimer* m_statusTimer;
-    QPointer<FileAndFolderDialog> m_openPanel;
-    QCheckBox* m_includeSubdirsCheck = nullptr;
+    ImagesAreaController* m_images = nullptr;
+    WriteController* m_writer = nullptr;
 };
 
 } // namespace qb
