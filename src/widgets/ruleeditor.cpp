@@ -137,8 +137,18 @@ void RuleEditor::insertRow(int at)
 {
     if (!m_delegate || m_delegate->numberOfChildren(nullptr) == 0)
         return;
+    insertRow(at, defaultPath({}));
+}
+
+void RuleEditor::addRow(Criteria criteria)
+{
+    insertRow(int(m_rows.size()), std::move(criteria));
+}
+
+void RuleEditor::insertRow(int at, Criteria criteria)
+{
     at = std::clamp(at, 0, int(m_rows.size()));
-    auto* row = new RuleRow(*this, defaultPath({}), this);
+    auto* row = new RuleRow(*this, std::move(criteria), this);
     m_rows.insert(at, row);
     m_rowLayout->insertWidget(at, row);
     renumberRows();

@@ -54,6 +54,9 @@ public:
     // when the tree is empty.
     void addRow();
     void insertRow(int at);
+    // Appends a row that shows `criteria`, also when the tree offers
+    // nothing: a saved row without a place in it still shows.
+    void addRow(Criteria criteria);
     void removeRow(int row);
     void moveRow(int from, int to);
     // Rebuilds every row's controls from the delegate's answers.
@@ -74,6 +77,7 @@ private:
     void notifyRowsChanged() override;
     void insertRowAfter(const QWidget* row) override { insertRow(rowOf(row) + 1); }
     void removeRowOf(const QWidget* row) override { removeRow(rowOf(row)); }
+    void insertRow(int at, Criteria criteria);
     void renumberRows();
     int focusedRow() const;
     void moveFocusedRow(int by);

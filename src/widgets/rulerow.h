@@ -51,7 +51,8 @@ public:
     void rebuild();
     void setEditable(bool editable);
     void setIndex(int index);
-    // The path stops before a leaf: something is still to be chosen.
+    // The path stops before a leaf, so something is still to be chosen, or
+    // a criterion of it says why the row can't act.
     bool isIncomplete() const { return m_incomplete; }
 
 private:
@@ -65,9 +66,11 @@ private:
     void addPopUp(int level, const Level& choices, int selected);
     void addField(int level, TextFieldCriterion* criterion);
     void addLabel(const DisplayValue& value);
+    // Why the row can't act, beside its controls.
+    void addNote(const QString& reason);
     void bindFields();
     void choose(int level, const CriterionPtr& choice);
-    void markIncomplete(bool incomplete);
+    void markIncomplete(bool incomplete, const QString& reason);
 
     RuleRowHost& m_host;
     Criteria m_criteria;
