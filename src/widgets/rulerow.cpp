@@ -124,6 +124,19 @@ void RuleRow::setCriteria(Criteria criteria)
 
 void RuleRow::rebuild()
 {
+    // A keyboard user who changed a choice stays at that place in the row.
+    int focused = -1;
+    for (int i = 0; i < m_controls->count(); ++i)
+        if (QWidget* control = m_controls->itemAt(i)->widget(); control && control->hasFocus())
+            focused = i;
+    rebuildControls();
+    if (focused >= 0 && focused < m_controls->count())
+        if (QWidget* control = m_controls->itemAt(focused)->widget())
+            control->setFocus(Qt::OtherFocusReason);
+}
+
+void RuleRow::rebuildControls()
+{
     clearLayout(m_controls);
     m_fields.clear();
     RuleEditorDelegate* delegate = m_host.delegate();
@@ -202,8 +215,10 @@ void RuleRow::addPopUp(int level, const Level& choices, int selected)
     popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_controls->addWidget(popUp);
     // The choices are asked for again: the criteria may have been replaced
-    // by equal ones since the popup was built.
-    connect(popUp, &QComboBox::activated, this, [this, level, popUp](int index) {
+    // by equal ones since the popup was built. A choice counts however it is
+    // made, also by an assistive tool or code; building the popup above
+    // chose nothing, as it wasn't connected yet.
+    connect(popUp, &QComboBox::currentIndexChanged, this, [this, level, popUp](int index) {
         const QVariant child = popUp->itemData(index, childIndexRole);
         if (child.isValid())
             choose(level, levelAt(level).choices.value(child.toInt()));

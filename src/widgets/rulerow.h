@@ -60,6 +60,7 @@ private:
         const Criterion* parent;
         QList<CriterionPtr> choices;
     };
+    void rebuildControls();
     Level levelAt(int level) const;
     QStringList shape() const;
     int selectedIndex(const Level& level, const CriterionPtr& chosen) const;

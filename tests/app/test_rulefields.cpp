@@ -4,7 +4,10 @@
 #include "app/csvdatasourceviewcontroller.h"
 
 #include "widgets/pathcontrol.h"
+#include "widgets/ruleeditor.h"
 #include "widgets/rulerow.h"
+
+#include "rules/rowconversion.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -101,6 +104,61 @@ TEST_F(RuleFieldTest, EveryFieldTakesWhatIsTypedAndCommitted)
                 typed.toStdString());
             EXPECT_EQ(undo.count(), ++steps) << "one undo step per committed edit";
             EXPECT_TRUE(m_window->isWindowModified());
+        }
+    }
+}
+
+// Picks the item in the popup's list, as a click on it does.
+void pickInList(QComboBox& box, int index)
+{
+    box.showPopup();
+    QAbstractItemView* list = box.view();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(list->window()));
+    const QModelIndex item = list->model()->index(index, 0);
+    list->scrollTo(item);
+    const QRect area = list->visualRect(item);
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, area.center());
+}
+
+QStringList popUpNames(const RuleRow& row)
+{
+    QStringList names;
+    for (const QComboBox* box : row.findChildren<QComboBox*>())
+        if (box->isVisibleTo(&row))
+            names << box->objectName();
+    return names;
+}
+
+TEST_F(RuleFieldTest, EveryPopUpOfARowCanBeChosenFromItsList)
+{
+    const QString modes[] = {"use source value",    "convert to an array", "modify string case",
+                             "convert to a string", "replace occurences",  "convert to date"};
+    RuleEditor& editor = *controller().ruleEditor;
+    for (const QString& mode : modes) {
+        SCOPED_TRACE(mode.toStdString());
+        auto* modePopUp = editor.rowWidget(0)->findChild<QComboBox*>("modePopUp");
+        pickInList(*modePopUp, modePopUp->findText(mode));
+        QTest::qWait(0);
+        ASSERT_EQ(editor.rowWidget(0)->findChild<QComboBox*>("modePopUp")->currentText(), mode);
+        // Then every other popup the row shows, each to another choice;
+        // a choice keeps the mode, so the row keeps its popups.
+        for (const QString& name : popUpNames(*editor.rowWidget(0))) {
+            if (name == "modePopUp")
+                continue;
+            SCOPED_TRACE(name.toStdString());
+            auto* box = editor.rowWidget(0)->findChild<QComboBox*>(name);
+            ASSERT_TRUE(box && box->isVisible());
+            const int other = box->currentIndex() == box->count() - 1 ? 0 : box->count() - 1;
+            const QString text = box->itemText(other);
+            pickInList(*box, other);
+            QTest::qWait(0);
+            EXPECT_EQ(editor.rowWidget(0)->findChild<QComboBox*>(name)->currentText(), text);
+            EXPECT_EQ(editor.rowWidget(0)->findChild<QComboBox*>("modePopUp")->currentText(), mode);
+            EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+            // The document follows what the row reads as.
+            const auto row = mappingForRow(editor.criteriaForRow(0), 0);
+            ASSERT_TRUE(row.has_value());
+            EXPECT_EQ(m_window->document().currentCriteriaRows().front(), *row);
         }
     }
 }
