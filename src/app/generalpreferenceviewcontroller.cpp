@@ -106,7 +106,9 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
 
     m_writeMethodDescription = new QLabel(group);
     m_writeMethodDescription->setObjectName(QStringLiteral("writeMethodDescription"));
-    m_writeMethodDescription->setAccessibleName(QStringLiteral("Write method description"));
+    // Read with its text, which is what matters.
+    m_writeMethodDescription->setAccessibleDescription(
+        QStringLiteral("What the chosen write method does"));
     m_writeMethodDescription->setWordWrap(true);
     m_writeMethodDescription->setContentsMargins(0, 6, 0, 0);
     layout->addWidget(m_writeMethodDescription);

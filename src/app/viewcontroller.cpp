@@ -8,6 +8,7 @@
 #include "app/writecontroller.h"
 
 #include "widgets/dropviews.h"
+#include "widgets/taborder.h"
 
 #include "documents/mappingsdoc.h"
 #include "preferences/preferences.h"
@@ -113,6 +114,7 @@ void ViewController::viewDidLoad()
     refreshImageDisplay();
     ruleEditor->setDelegate(this);
     ruleEditor->setNestingMode(RuleEditor::NestingMode::list);
+    connect(ruleEditor, &RuleEditor::controlsChanged, this, &ViewController::scheduleTabOrder);
     m_datasourceView = std::make_unique<CSVDataSourceViewController>(panelContext());
     m_datasourceView->setDelegate(this);
     // The rows are saved for what the user does in this window alone: an
@@ -179,6 +181,21 @@ void ViewController::showPanel()
         delete item;
     box->addWidget(m_datasourceView->view());
     m_datasourceView->setEnabled(m_document.isEditable());
+    scheduleTabOrder();
+}
+
+void ViewController::scheduleTabOrder()
+{
+    if (m_tabOrderScheduled)
+        return;
+    m_tabOrderScheduled = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_tabOrderScheduled = false;
+            setTabOrderByLayout(this);
+        },
+        Qt::QueuedConnection);
 }
 
 void ViewController::setDatasource(const QString& identifier)

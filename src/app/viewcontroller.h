@@ -124,6 +124,8 @@ private:
     void showPanel();
     void applyEditable(bool editable);
     void rememberPlacedRows();
+    // Tab follows the reading order again once the event loop turns.
+    void scheduleTabOrder();
     void notePanelSettings();
     // The rows as the document should keep them.
     std::vector<MetadataMapping> rowsAsSaved() const;
@@ -141,6 +143,7 @@ private:
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
     bool m_criteriaAreLoading = false;
     bool m_criteriaBuilt = false;
+    bool m_tabOrderScheduled = false;
     std::vector<PlacedRow> m_placedRows;
     std::optional<QByteArray> m_panelSettings;
     ImagesAreaController* m_images = nullptr;

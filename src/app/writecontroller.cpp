@@ -89,7 +89,6 @@ WriteController::WriteController(Inputs inputs, QWidget* parent)
     // Read with its text: what the last write did, or what the write does now.
     m_statusLabel = new QLabel(parent);
     m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
-    m_statusLabel->setTextInteractionFlags(Qt::TextBrowserInteraction);
     connect(m_statusLabel, &QLabel::linkActivated, this, &WriteController::showWarnings);
     m_progressIndicator = new QProgressBar(parent);
     m_progressIndicator->setObjectName(QStringLiteral("progressIndicator"));
@@ -161,7 +160,7 @@ void WriteController::setWorking(bool working, const QString& activity)
 // while the write waits for another process's to end.
 void WriteController::showQueueStatus()
 {
-    m_statusLabel->setTextFormat(Qt::PlainText);
+    showPlainStatus();
     const MetadataQueue& queue = MetadataQueue::shared(m_writeMethod);
     if (queue.isWaitingForWriter())
         m_statusLabel->setText(queue.statusText().value_or(m_activityText));
@@ -173,6 +172,7 @@ void WriteController::showQueueStatus()
 void WriteController::showOutcome()
 {
     const QString counts = m_lastWrite ? countsText(m_lastReport) : QString();
+    showPlainStatus();
     if (counts.isEmpty()) {
         m_statusLabel->clear();
         return;
@@ -181,13 +181,20 @@ void WriteController::showOutcome()
                                        : QStringLiteral("Last write failed: %1."))
                              .arg(counts);
     if (m_lastReport.warnings.isEmpty()) {
-        m_statusLabel->setTextFormat(Qt::PlainText);
         m_statusLabel->setText(said);
         return;
     }
+    // The link to the warnings is a control: Tab reaches it.
     m_statusLabel->setTextFormat(Qt::RichText);
+    m_statusLabel->setTextInteractionFlags(Qt::TextBrowserInteraction);
     m_statusLabel->setText(said.toHtmlEscaped() + QLatin1Char(' ') +
                            warningsLink(m_lastReport.warnings.size()));
+}
+
+void WriteController::showPlainStatus()
+{
+    m_statusLabel->setTextFormat(Qt::PlainText);
+    m_statusLabel->setTextInteractionFlags(Qt::NoTextInteraction);
 }
 
 void WriteController::showWarnings()

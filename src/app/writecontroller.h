@@ -70,6 +70,7 @@ private:
     QWidget* window() const;
     void showQueueStatus();
     void showOutcome();
+    void showPlainStatus();
     void showWarnings();
     bool exiftoolIsUsable();
     void finishWrite(const MetadataQueue::WriteResult& result, MetadataQueue::WriteMethod method,

@@ -22,6 +22,8 @@ RuleEditor::RuleEditor(QWidget* parent)
     auto* scroll = new QScrollArea(this);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
+    // Tab goes to the rows' controls, not to the area that holds them.
+    scroll->setFocusPolicy(Qt::NoFocus);
     auto* content = new QWidget(scroll);
     auto* contentLayout = new QVBoxLayout(content);
     contentLayout->setContentsMargins(0, 0, 0, 0);
@@ -213,6 +215,7 @@ void RuleEditor::renumberRows()
 {
     for (int i = 0; i < m_rows.size(); ++i)
         m_rows[i]->setIndex(i);
+    emit controlsChanged();
 }
 
 int RuleEditor::focusedRow() const

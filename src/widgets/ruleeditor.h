@@ -68,6 +68,9 @@ public:
 
 signals:
     void rowsChanged();
+    // Rows or their controls were made, removed or moved: whatever orders
+    // the controls, such as Tab, has to look again.
+    void controlsChanged();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -75,6 +78,7 @@ protected:
 private:
     Criteria defaultPath(Criteria prefix, const Criteria& previous = {}) const override;
     void notifyRowsChanged() override;
+    void rowControlsChanged() override { emit controlsChanged(); }
     void insertRowAfter(const QWidget* row) override { insertRow(rowOf(row) + 1); }
     void removeRowOf(const QWidget* row) override { removeRow(rowOf(row)); }
     void insertRow(int at, Criteria criteria);

@@ -133,6 +133,7 @@ void RuleRow::rebuild()
     if (focused >= 0 && focused < m_controls->count())
         if (QWidget* control = m_controls->itemAt(focused)->widget())
             control->setFocus(Qt::OtherFocusReason);
+    m_host.rowControlsChanged();
 }
 
 void RuleRow::rebuildControls()

@@ -28,6 +28,8 @@ public:
     virtual Criteria defaultPath(Criteria prefix, const Criteria& previous) const = 0;
     // A choice in a row changed.
     virtual void notifyRowsChanged() = 0;
+    // A row made its controls anew.
+    virtual void rowControlsChanged() = 0;
     virtual void insertRowAfter(const QWidget* row) = 0;
     virtual void removeRowOf(const QWidget* row) = 0;
 
