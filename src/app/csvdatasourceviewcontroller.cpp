@@ -35,6 +35,7 @@ QComboBox* makeDelimiterPopUp(QWidget* parent)
     auto* popUp = new QComboBox(parent);
     popUp->setObjectName(QStringLiteral("delimiterPopUp"));
     popUp->setAccessibleName(QStringLiteral("Field delimiter"));
+    popUp->setAccessibleDescription(popUp->accessibleName());
     popUp->setToolTip(QStringLiteral("What separates the fields of the CSV file. Automatic "
                                      "takes the one that splits the header line most."));
     const std::pair<const char*, FieldDelimiter> items[] = {
@@ -173,6 +174,7 @@ QWidget* CSVDataSourceViewController::loadView()
     m_headerPopUp = new QComboBox(view);
     m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
     m_headerPopUp->setAccessibleName(QStringLiteral("File name column"));
+    m_headerPopUp->setAccessibleDescription(m_headerPopUp->accessibleName());
     m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_matchingStylePopUp = makeMatchingStylePopUp(view);
     matchRow->addWidget(m_headerPopUp);

@@ -154,6 +154,7 @@ QLayout* GeneralPreferenceViewController::makeSidecarNameRow(QWidget* group)
     m_sidecarName = new QComboBox(group);
     m_sidecarName->setObjectName(QStringLiteral("sidecarNamePopUp"));
     m_sidecarName->setAccessibleName(QStringLiteral("Sidecar file name"));
+    m_sidecarName->setAccessibleDescription(m_sidecarName->accessibleName());
     m_sidecarName->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_sidecarName->addItem(QStringLiteral("IMG_0001.xmp (Lightroom, Capture One)"),
                            sidecarNamingName(SidecarNaming::name));

@@ -213,6 +213,9 @@ void RuleRow::addPopUp(int level, const Level& choices, int selected)
     popUp->setObjectName(part.name + QStringLiteral("PopUp"));
     const QString current = selected < 0 ? QStringLiteral("none chosen") : popUp->currentText();
     popUp->setAccessibleName(part.label + QStringLiteral(": ") + current);
+    // On Linux a popup is read by its current item; what it chooses goes in
+    // the description, which screen readers read after it.
+    popUp->setAccessibleDescription(part.label);
     popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_controls->addWidget(popUp);
     // The choices are asked for again: the criteria may have been replaced

@@ -12,6 +12,7 @@
 #include "widgets/rulerow.h"
 
 #include <QAccessible>
+#include <QComboBox>
 #include <QFileDialog>
 #include <QLabel>
 #include <QPushButton>
@@ -114,6 +115,11 @@ TEST_F(AccessibilityTest, LabelsAndTheBusyButtonAreReadWithTheirText)
     preferences.showPreferences();
     auto* description = preferences.findChild<QLabel*>("writeMethodDescription");
     EXPECT_EQ(spokenName(description), "Use Exiftool to write metadata directly to the file.");
+
+    // On Linux a popup is read by its current item; the description says
+    // what it chooses.
+    auto* mode = controller().ruleEditor->rowWidget(0)->findChild<QComboBox*>("modePopUp");
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(mode)->text(QAccessible::Description), "Mode");
 
     QPushButton* button = controller().actionButton;
     controller().writer().setWorking(true, "Writing 2 images\u2026");
