@@ -57,6 +57,16 @@ QString listText(const QStringList& names)
     return DynamicValue(list).description();
 }
 
+// "there is no file at …", without the "At currentURL: " that tells a
+// developer where in the document the reference was.
+QString withoutJsonPath(QString reason)
+{
+    const qsizetype colon = reason.indexOf(QStringLiteral(": "));
+    if (reason.startsWith(QStringLiteral("At ")) && colon > 0)
+        reason.remove(0, colon + 2);
+    return reason;
+}
+
 QStringList sorted(QStringList names)
 {
     std::sort(names.begin(), names.end());
@@ -97,9 +107,9 @@ void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapp
     m_missingFile.clear();
     if (const auto& unresolved = decoded->unresolvedFile) {
         qbPrint(unresolved->errorDescription);
-        m_missingFile = QStringLiteral("The CSV file can\u2019t be found. %1 Choose it again "
+        m_missingFile = QStringLiteral("The CSV file can\u2019t be found: %1 Choose it again "
                                        "to write; the rules keep its columns meanwhile.")
-                            .arg(unresolved->failureReason);
+                            .arg(withoutJsonPath(unresolved->failureReason));
     }
     m_settings = decoded->settings;
     if (const auto style = m_settings.matchingStyle())

@@ -135,7 +135,8 @@ TEST_F(DocumentKeepingTest, AMovedCSVKeepsItsRowsAndItsReferenceWhileTheStyleCha
     auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller().datasourceView());
     ASSERT_TRUE(panel);
     EXPECT_TRUE(panel->fileNote()->isVisible());
-    EXPECT_TRUE(panel->fileNote()->text().contains("shoot.csv"))
+    EXPECT_TRUE(panel->fileNote()->text().startsWith(
+        "The CSV file can\u2019t be found: there is no file at \u201c" + path("shoot.csv")))
         << panel->fileNote()->text().toStdString();
 
     panel->matchingStylePopUp()->setCurrentIndex(
