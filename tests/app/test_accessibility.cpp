@@ -24,17 +24,6 @@ using namespace qb::testing;
 
 namespace {
 
-const QByteArray twoRows = R"([
-    {"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}},
-    {"keyName": "Keywords", "destTag": "XMP:Subject",
-     "actions": {"mappers": [{"type": "array", "attributes": {"delimiter": ";"}}]}}])";
-
-// What a screen reader reads as the control's name.
-QString spokenName(QWidget* widget)
-{
-    return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
-}
-
 // The windows the application shows to assistive tools, by their names.
 QStringList accessibleWindows()
 {
@@ -54,9 +43,9 @@ protected:
         for (const char* name : {"images/A1_0001.jpg", "images/B2_0001.jpg"})
             makeJpeg(path(name));
         writeFile("images/notes.txt", "exiftool can't write this");
-        openWindow(writePackage(twoRows));
-        controller().dropImages({QUrl::fromLocalFile(path("images")),
-                                 QUrl::fromLocalFile(path("images/notes.txt"))});
+        openWindow(writePackage(titleAndKeywords));
+        controller().dropImages(
+            {QUrl::fromLocalFile(path("images")), QUrl::fromLocalFile(path("images/notes.txt"))});
         ASSERT_TRUE(controller().imageWarningButton->isVisible());
         QTest::qWait(0);
     }

@@ -24,11 +24,6 @@ using namespace qb::testing;
 
 namespace {
 
-const QByteArray titleAndKeywords = R"([
-    {"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}},
-    {"keyName": "Keywords", "destTag": "XMP:Subject",
-     "actions": {"mappers": [{"type": "array", "attributes": {"delimiter": ";"}}]}}])";
-
 class DocumentWindowTest : public WindowTest {
 protected:
     void SetUp() override
@@ -37,14 +32,6 @@ protected:
             makeJpeg(path(name));
     }
     QPushButton& button() const { return *controller().actionButton; }
-    // Waits for the window's write to end; true when it succeeded.
-    bool waitForWrite() const
-    {
-        QSignalSpy finished(&controller(), &ViewController::writeFinished);
-        EXPECT_TRUE(finished.wait(60000));
-        QTest::qWait(0); // the button's posted change
-        return !finished.isEmpty() && finished.front().front().toBool();
-    }
     // Waits for what exiftool's run off the main thread opens.
     template <typename Child>
     Child* waitForChild(const QString& name = {}) const

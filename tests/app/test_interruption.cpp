@@ -18,9 +18,6 @@ using namespace qb::testing;
 
 namespace {
 
-const QByteArray titleRow =
-    R"([{"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}}])";
-
 // The processes this one started that are still there.
 QStringList children()
 {

@@ -24,9 +24,6 @@ using namespace qb::testing;
 
 namespace {
 
-const QByteArray titleRow =
-    R"([{"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}}])";
-
 class CSVPanelTest : public WindowTest {
 protected:
     CSVDataSourceViewController& panel() const

@@ -21,8 +21,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 using namespace qb;
 
 namespace {
@@ -147,35 +145,17 @@ TEST_F(PreferencesWindowTest, EveryControlFollowsItsAccessibilityAction)
     const struct {
         const char* control;
         int page;
-        std::function<QVariant()> setting;
+        const char* setting; // the preference, by its property name
         QVariant after;
         QString description; // of the write method, when it is one
     } controls[] = {
-        {"writeMethodXMP", 0, [&] { return QVariant(m_preferences.writeMethodValue()); }, 1, xmp},
-        {"writeMethodCaptureOne", 0, [&] { return QVariant(m_preferences.writeMethodValue()); }, 2,
-         captureOne},
-        {"writeMethodDirect", 0, [&] { return QVariant(m_preferences.writeMethodValue()); }, 0,
-         direct},
-        {"keepWriteJournal",
-         0,
-         [&] { return QVariant(m_preferences.keepWriteJournal()); },
-         false,
-         {}},
-        {"warnOnHeaderMismatch",
-         0,
-         [&] { return QVariant(m_preferences.warnOnHeaderMismatch()); },
-         false,
-         {}},
-        {"presentDialogueOnSuccess",
-         0,
-         [&] { return QVariant(m_preferences.presentDialogueOnSuccess()); },
-         true,
-         {}},
-        {"includeBetaReleases",
-         1,
-         [&] { return QVariant(m_preferences.includeBetaReleases()); },
-         false,
-         {}},
+        {"writeMethodXMP", 0, "writeMethodValue", 1, xmp},
+        {"writeMethodCaptureOne", 0, "writeMethodValue", 2, captureOne},
+        {"writeMethodDirect", 0, "writeMethodValue", 0, direct},
+        {"keepWriteJournal", 0, "keepWriteJournal", false, {}},
+        {"warnOnHeaderMismatch", 0, "warnOnHeaderMismatch", false, {}},
+        {"presentDialogueOnSuccess", 0, "presentDialogueOnSuccess", true, {}},
+        {"includeBetaReleases", 1, "includeBetaReleases", false, {}},
     };
     for (const auto& c : controls) {
         SCOPED_TRACE(c.control);
@@ -184,7 +164,7 @@ TEST_F(PreferencesWindowTest, EveryControlFollowsItsAccessibilityAction)
         toggleAsAScreenReaderDoes(button);
         // A radio button is checked by its action; a check box flips.
         EXPECT_EQ(button->isChecked(), c.description.isEmpty() ? c.after.toBool() : true);
-        EXPECT_EQ(c.setting(), c.after);
+        EXPECT_EQ(m_preferences.property(c.setting), c.after);
         if (!c.description.isEmpty()) {
             EXPECT_EQ(description(), c.description);
             // The name of sidecars is only chosen for sidecars.

@@ -14,9 +14,6 @@ using namespace qb::testing;
 
 namespace {
 
-const QByteArray titleRow =
-    R"([{"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}}])";
-
 // A JPEG whose XMP packet never closes: exiftool writes it, with a warning.
 QString makeJpegWithBrokenXmp(const QString& path)
 {
@@ -37,18 +34,6 @@ class WriteOutcomeTest : public WindowTest {
 protected:
     QPushButton& button() const { return *controller().actionButton; }
     QLabel& status() const { return *controller().statusLabel(); }
-    bool waitForWrite() const
-    {
-        QSignalSpy finished(&controller(), &ViewController::writeFinished);
-        EXPECT_TRUE(finished.wait(120000));
-        QTest::qWait(0); // the posted end of the work
-        return !finished.isEmpty() && finished.front().front().toBool();
-    }
-    // What a screen reader reads as the control's name.
-    static QString spokenName(QWidget* widget)
-    {
-        return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
-    }
 };
 
 TEST_F(WriteOutcomeTest, TheWindowTellsWhatExiftoolWroteAndWarned)
