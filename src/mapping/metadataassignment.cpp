@@ -43,10 +43,12 @@ QString tagKey(const QString& tag)
     return tag.toLower();
 }
 
-// What `clear` writes for an empty cell: the empty form of its kind.
-DynamicValue clearedValue(const DynamicValue& value)
+// What `clear` writes for an empty cell: an empty list, which exiftool's
+// import takes as "remove the tag" for a tag of any kind, where an empty
+// text would stand as an empty entry in a list tag.
+DynamicValue clearedValue()
 {
-    return value.isList() ? DynamicValue(DynamicValue::List{}) : DynamicValue(QString());
+    return DynamicValue(DynamicValue::List{});
 }
 
 struct Mapped {
@@ -78,7 +80,7 @@ Mapped applyLookup(const MetadataRow& row, const MappingLookup& lookup, EmptyCel
                     emptyByTagKey.emplace(key, mapping.destTag);
                     continue;
                 }
-                result = clearedValue(result);
+                result = clearedValue();
             }
             const auto it = chosen.find(key);
             if (it == chosen.end() || it->second.row > rule.row)

@@ -76,7 +76,7 @@ TEST(ApplyMappings, TagValuesFromOneRow)
          {{"city", ""}, {"title", "   "}, {"tags", ""}},
          {{"city", "XMP:City"}, {"title", "XMP:Title"}, {"tags", "XMP:Subject", {split}}},
          EmptyCells::clear,
-         {{"XMP:City", ""}, {"XMP:Title", ""}, {"XMP:Subject", emptyList}}},
+         {{"XMP:City", emptyList}, {"XMP:Title", emptyList}, {"XMP:Subject", emptyList}}},
         {"absent result leaves the tag out",
          {{"date", "2021-13-45"}, {"flag", "soon"}},
          {{"date", "EXIF:DateTimeOriginal", {date}}, {"flag", "XMP:Flag", {date, boolean}}},
