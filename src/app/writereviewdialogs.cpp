@@ -128,10 +128,10 @@ FailedFilesDialog::FailedFilesDialog(const Error& error, const FileOutcomes& out
         for (const FileOutcome& outcome : outcomes) {
             if (outcome.kind != kind)
                 continue;
-            const QString reason = kind == FileOutcomeKind::failed
-                                       ? outcome.message
-                                       : QStringLiteral("%1: %2").arg(fileOutcomeKindName(kind),
-                                                                      outcome.message);
+            const QString reason =
+                kind == FileOutcomeKind::failed
+                    ? outcome.message
+                    : QStringLiteral("%1: %2").arg(fileOutcomeKindName(kind), outcome.message);
             addRow(*m_table, {QFileInfo(outcome.path).fileName(), reason}, outcome.path);
         }
     }

@@ -199,10 +199,9 @@ void tellLeftAlone(const ExifImages& images, Streams& streams)
             continue;
         ++withEmpty;
         if (told++ < shown)
-            printError(streams,
-                       QStringLiteral("%1: empty cells leave %2 as the file has them")
-                           .arg(image->url().value_or(QUrl()).fileName(QUrl::FullyDecoded),
-                                image->notes.leftAlone.join(QStringLiteral(", "))));
+            printError(streams, QStringLiteral("%1: empty cells leave %2 as the file has them")
+                                    .arg(image->url().value_or(QUrl()).fileName(QUrl::FullyDecoded),
+                                         image->notes.leftAlone.join(QStringLiteral(", "))));
     }
     if (withEmpty > shown)
         printError(streams, QStringLiteral("\u2026 and in %1 more images").arg(withEmpty - shown));
@@ -349,8 +348,8 @@ FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions&
                                                 !parser.isSet(sourceOptions.noRecursive))
                                    .search();
     for (const QString& path : found.leftOut)
-        printError(streams, QStringLiteral("left out, as %1: %2")
-                                .arg(leftOutReason::nameNotUtf8(), path));
+        printError(streams,
+                   QStringLiteral("left out, as %1: %2").arg(leftOutReason::nameNotUtf8(), path));
     return found;
 }
 
@@ -388,8 +387,8 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
     if (const auto stopped = tellFindings(MatchFindings::find(*source->dataSource, found.images),
                                           parser.isSet(options.strict), streams))
         return *stopped;
-    const ExifImages images = mapImages(URLListProvider(found.images), *source->dataSource,
-                                        *mappings, choice.emptyCells);
+    const ExifImages images =
+        mapImages(URLListProvider(found.images), *source->dataSource, *mappings, choice.emptyCells);
     const QString exiftool = parser.value(sourceOptions.exiftool);
     if (const auto refused = checkBeforeWriting(images, choice.method, exiftool, streams))
         return *refused;

@@ -35,8 +35,7 @@ struct CurrentRead {
     QString standardError;
 };
 std::expected<CurrentRead, Error> readCurrent(const ExifTool& exiftool, const QStringList& paths,
-                                              const QStringList& tags, bool numeric,
-                                              int parts = 1);
+                                              const QStringList& tags, bool numeric, int parts = 1);
 
 // Whether exiftool's key "XMP:XMP-dc:Title" (read with -G0:1) is the tag
 // "XMP-dc:Title", "XMP:Title" or "Title". Groups and names compare without

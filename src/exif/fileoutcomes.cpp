@@ -109,7 +109,8 @@ QString leftOutReason::nameNotUtf8()
 
 QString staleTemporaryFileNote(const QString& temporaryFile)
 {
-    return QStringLiteral("removed %1, left behind by an exiftool that had ended").arg(temporaryFile);
+    return QStringLiteral("removed %1, left behind by an exiftool that had ended")
+        .arg(temporaryFile);
 }
 
 QString fileOutcomeKindName(FileOutcomeKind kind)

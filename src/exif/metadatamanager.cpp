@@ -97,10 +97,10 @@ QStringList iptcCharsetArguments(const QStringList& tags)
 
 QStringList exifSegmentArguments(const QStringList& tags)
 {
-    static const QStringList exifGroups{
-        QStringLiteral("EXIF:"),   QStringLiteral("IFD0:"),       QStringLiteral("IFD1:"),
-        QStringLiteral("ExifIFD:"), QStringLiteral("GPS:"),       QStringLiteral("InteropIFD:"),
-        QStringLiteral("SubIFD:")};
+    static const QStringList exifGroups{QStringLiteral("EXIF:"),  QStringLiteral("IFD0:"),
+                                        QStringLiteral("IFD1:"),  QStringLiteral("ExifIFD:"),
+                                        QStringLiteral("GPS:"),   QStringLiteral("InteropIFD:"),
+                                        QStringLiteral("SubIFD:")};
     const bool writesExif = std::ranges::any_of(tags, [](const QString& tag) {
         return std::ranges::any_of(exifGroups, [&tag](const QString& group) {
             return tag.startsWith(group, Qt::CaseInsensitive);

@@ -47,9 +47,8 @@ QUrl SidecarFinder::sidecarOf(const QUrl& image)
     auto known = m_folders.find(folder);
     if (known == m_folders.end()) {
         QHash<QString, QStringList> names;
-        for (const QString& entry :
-             QDir(folder).entryList({QStringLiteral("*.xmp")},
-                                    QDir::Files | QDir::Hidden | QDir::System, QDir::Name))
+        for (const QString& entry : QDir(folder).entryList(
+                 {QStringLiteral("*.xmp")}, QDir::Files | QDir::Hidden | QDir::System, QDir::Name))
             names[entry.toLower()] << entry;
         known = m_folders.insert(folder, names);
     }
@@ -244,7 +243,8 @@ void MetadataReader::writeSidecars(const QString& jsonPath, const MetadataComple
     // exiftool takes the first of these that exists, the plain one when
     // none does: the same sidecar that writeJSON chose.
     for (const QString& spelling : m_sidecarSpellings)
-        options << QStringLiteral("-srcfile") << sidecarFormat(m_sidecarNaming).chopped(3) + spelling;
+        options << QStringLiteral("-srcfile")
+                << sidecarFormat(m_sidecarNaming).chopped(3) + spelling;
     write(options, QStringLiteral("Finished writing XMP sidecar files."), completion);
 }
 
@@ -259,9 +259,9 @@ void MetadataReader::write(const QStringList& options, const QString& closingMes
     // In place, exiftool copies its new file back over the original's bytes.
     ExifTool inPlace = m_exiftool;
     inPlace.setOverwriteOriginal(false);
-    m_lastWriteReport =
-        runExiftoolWrite(inPlace, options + QStringList{QStringLiteral("-overwrite_original_in_place")},
-                         urls(), m_verbose, closingMessage, completion);
+    m_lastWriteReport = runExiftoolWrite(
+        inPlace, options + QStringList{QStringLiteral("-overwrite_original_in_place")}, urls(),
+        m_verbose, closingMessage, completion);
 }
 
 } // namespace qb

@@ -93,9 +93,9 @@ QByteArray WritableTags::serialized() const
         text += (it.key() + QLatin1Char(' ') + groups.join(QLatin1Char(','))).toUtf8() + '\n';
     }
     for (auto it = m_iptcTextLimits.cbegin(); it != m_iptcTextLimits.cend(); ++it)
-        text += (iptcLinePrefix + it.key() + QLatin1Char(' ') + QString::number(it.value()))
-                    .toUtf8() +
-                '\n';
+        text +=
+            (iptcLinePrefix + it.key() + QLatin1Char(' ') + QString::number(it.value())).toUtf8() +
+            '\n';
     return text;
 }
 
@@ -107,8 +107,8 @@ std::optional<WritableTags> WritableTags::fromSerialized(const QByteArray& text)
         if (parts.size() != 2 || parts[0].isEmpty())
             continue;
         if (parts[0].startsWith(iptcLinePrefix.toLatin1())) {
-            tags.m_iptcTextLimits.insert(
-                QString::fromUtf8(parts[0].mid(iptcLinePrefix.size())), parts[1].toInt());
+            tags.m_iptcTextLimits.insert(QString::fromUtf8(parts[0].mid(iptcLinePrefix.size())),
+                                         parts[1].toInt());
             continue;
         }
         QSet<QString>& groups = tags.m_groupsByName[QString::fromUtf8(parts[0])];

@@ -202,14 +202,9 @@ void Preferences::setEmptyCellsClear(bool clear)
 
 Preferences::Observed Preferences::observed() const
 {
-    return {includeBetaReleases(),
-            warnOnHeaderMismatch(),
-            presentDialogueOnSuccess(),
-            writeMethodValue(),
-            sidecarName(),
-            keepWriteJournal(),
-            writeJobs(),
-            emptyCellsClear()};
+    return {includeBetaReleases(), warnOnHeaderMismatch(), presentDialogueOnSuccess(),
+            writeMethodValue(),    sidecarName(),          keepWriteJournal(),
+            writeJobs(),           emptyCellsClear()};
 }
 
 void Preferences::notifyChanges(const Observed& before)

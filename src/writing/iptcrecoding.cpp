@@ -27,8 +27,8 @@ IptcText datasetsText(QByteArrayView data)
         const int length = (uchar(data[at + 3]) << 8) | uchar(data[at + 4]);
         if (length & 0x8000)
             return IptcText::cannotTell; // an extended length, for large binary data only
-        const QByteArrayView value = data.sliced(at + 5).first(
-            std::min<qsizetype>(length, data.size() - at - 5));
+        const QByteArrayView value =
+            data.sliced(at + 5).first(std::min<qsizetype>(length, data.size() - at - 5));
         if (record == 1 && dataset == 90)
             declared = true;
         else if (record == 2 && !decodedUtf8(value.toByteArray()))
@@ -53,10 +53,9 @@ IptcText resourcesText(QByteArrayView segment)
         qsizetype sizeAt = at + 6 + ((nameLength + 2) & ~1);
         if (sizeAt + 4 > segment.size())
             return IptcText::cannotTell;
-        const quint32 size = (quint32(uchar(segment[sizeAt])) << 24) |
-                             (quint32(uchar(segment[sizeAt + 1])) << 16) |
-                             (quint32(uchar(segment[sizeAt + 2])) << 8) |
-                             quint32(uchar(segment[sizeAt + 3]));
+        const quint32 size =
+            (quint32(uchar(segment[sizeAt])) << 24) | (quint32(uchar(segment[sizeAt + 1])) << 16) |
+            (quint32(uchar(segment[sizeAt + 2])) << 8) | quint32(uchar(segment[sizeAt + 3]));
         const qsizetype dataAt = sizeAt + 4;
         if (dataAt + qsizetype(size) > segment.size())
             return IptcText::cannotTell;
@@ -141,7 +140,8 @@ IptcText iptcTextOf(const QByteArray& jpegStart)
         if (length < 2 || at + 2 + length > jpegStart.size())
             return IptcText::cannotTell;
         if (marker == 0xED) {
-            const IptcText found = resourcesText(QByteArrayView(jpegStart).sliced(at + 4, length - 2));
+            const IptcText found =
+                resourcesText(QByteArrayView(jpegStart).sliced(at + 4, length - 2));
             if (found != IptcText::fine)
                 text = found;
         }
@@ -175,9 +175,9 @@ std::expected<void, Error> recodeLatinIptc(const ExifTool& exiftool,
     }
     if (paths.isEmpty())
         return {};
-    QStringList arguments{QStringLiteral("-json"), QStringLiteral("-G"), QStringLiteral("-b"),
-                          QStringLiteral("-charset"), QStringLiteral("iptc=utf8"),
-                          QStringLiteral("-IPTC:all")};
+    QStringList arguments{QStringLiteral("-json"),     QStringLiteral("-G"),
+                          QStringLiteral("-b"),        QStringLiteral("-charset"),
+                          QStringLiteral("iptc=utf8"), QStringLiteral("-IPTC:all")};
     arguments << paths;
     std::expected<void, Error> outcome;
     exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> ran) {
@@ -191,15 +191,16 @@ std::expected<void, Error> recodeLatinIptc(const ExifTool& exiftool,
             outcome = std::unexpected(ran.error().toError(ExiftoolTask::read));
             return;
         }
-        const auto json = nlohmann::ordered_json::parse(answer.cbegin(), answer.cend(), nullptr,
-                                                        false);
+        const auto json =
+            nlohmann::ordered_json::parse(answer.cbegin(), answer.cend(), nullptr, false);
         if (!json.is_array())
             return;
         for (const auto& object : json) {
             const auto source = object.find("SourceFile");
             if (!object.is_object() || source == object.end() || !source->is_string())
                 continue;
-            if (WriteFile* file = byTarget.value(QString::fromStdString(source->get<std::string>())))
+            if (WriteFile* file =
+                    byTarget.value(QString::fromStdString(source->get<std::string>())))
                 addRecoded(*file->image, object, tags);
         }
     });

@@ -17,9 +17,9 @@ namespace qb {
 
 // What a file's IPTC says of its text, read from the bytes of a JPEG.
 enum class IptcText {
-    fine,          // no IPTC, a declared character set, or UTF-8 throughout
-    notUtf8,       // no declared character set, and bytes that aren't UTF-8
-    cannotTell,    // not a JPEG, or IPTC laid out in a way not read here
+    fine,       // no IPTC, a declared character set, or UTF-8 throughout
+    notUtf8,    // no declared character set, and bytes that aren't UTF-8
+    cannotTell, // not a JPEG, or IPTC laid out in a way not read here
 };
 IptcText iptcTextOf(const QByteArray& jpegStart);
 IptcText iptcTextOfFile(const QString& path);

@@ -113,8 +113,7 @@ public:
     void setLongLivedExiftool(std::shared_ptr<ProcessRunner> runner);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
-                   std::vector<MetadataMapping> mappings,
-                   EmptyCells emptyCells = EmptyCells::keep);
+                   std::vector<MetadataMapping> mappings, EmptyCells emptyCells = EmptyCells::keep);
     // The same with the coordinator's data source and image provider.
     void addImages(const ShotlistCoordinator& coordinator, std::vector<MetadataMapping> mappings);
     void enqueue(const ExifImages& images);

@@ -5,8 +5,8 @@
 
 #include "writing/iptcrecoding.h"
 #include "writing/parallelwrite.h"
-#include "writing/writefiles.h"
 #include "writing/writechecks.h"
+#include "writing/writefiles.h"
 #include "writing/writejournal.h"
 #include "writing/writepreview.h"
 #include "writing/writeprogress.h"
@@ -71,13 +71,12 @@ Error someFilesFailed(const OutcomeCounts& counts, const FileOutcomes& outcomes)
     error.domain = writeErrorDomain;
     error.code = 3;
     const int total = counts.written + counts.unchanged + counts.failed + counts.notWritten;
-    error.errorDescription =
-        QStringLiteral("%1 of %2 files failed.").arg(counts.failed).arg(total);
+    error.errorDescription = QStringLiteral("%1 of %2 files failed.").arg(counts.failed).arg(total);
     QStringList reasons;
     for (const FileOutcome& outcome : outcomes) {
         if (outcome.kind == FileOutcomeKind::failed)
             reasons << QStringLiteral("%1: %2").arg(QFileInfo(outcome.path).fileName(),
-                                                     outcome.message);
+                                                    outcome.message);
     }
     error.failureReason = cappedLines(reasons.join(QLatin1Char('\n')), 5);
     error.userInfo.insert(QStringLiteral("failed"), counts.failed);
@@ -163,9 +162,8 @@ FileOutcomes batchOrder(const MetadataQueue::ImageMap& batch, FileOutcomes outco
     QHash<QString, qsizetype> index;
     for (const auto& entry : batch)
         index.insert(entry.first.toLocalFile(), index.size());
-    std::ranges::stable_sort(outcomes, {}, [&index](const FileOutcome& outcome) {
-        return index.value(outcome.path);
-    });
+    std::ranges::stable_sort(
+        outcomes, {}, [&index](const FileOutcome& outcome) { return index.value(outcome.path); });
     return outcomes;
 }
 
@@ -322,9 +320,9 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     // One journal for the whole batch, however many exiftools share it.
     QString journal;
     if (const auto directory = journalDirectoryChoice()) {
-        const auto kept = keepJournal(exiftool, targetsOf(plan.files), destinationTags(imagesOf(all)),
-                                      caseName(m_writeMethod), m_clock(), *directory,
-                                      int(runs.files.size()));
+        const auto kept =
+            keepJournal(exiftool, targetsOf(plan.files), destinationTags(imagesOf(all)),
+                        caseName(m_writeMethod), m_clock(), *directory, int(runs.files.size()));
         if (!kept) {
             continuation(std::unexpected(isInterrupted()
                                              ? interruptedError(0, qsizetype(batch.size()))
@@ -380,8 +378,8 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     report.journalPath = journal;
     const OutcomeCounts counts = countOutcomes(report.outcomes);
     if (!result && isInterrupted())
-        result = std::unexpected(
-            interruptedError(changedCount(plan.files), qsizetype(batch.size())));
+        result =
+            std::unexpected(interruptedError(changedCount(plan.files), qsizetype(batch.size())));
     else if (result && counts.failed > 0)
         result = std::unexpected(someFilesFailed(counts, report.outcomes));
     continuation(result, report);

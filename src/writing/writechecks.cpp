@@ -78,10 +78,10 @@ QString groupOf(const QString& tag)
 
 bool isExifGroup(const QString& group)
 {
-    static const QSet<QString> groups{
-        QStringLiteral("exif"),   QStringLiteral("ifd0"),       QStringLiteral("ifd1"),
-        QStringLiteral("exififd"), QStringLiteral("gps"),       QStringLiteral("interopifd"),
-        QStringLiteral("subifd"), QStringLiteral("globparamifd")};
+    static const QSet<QString> groups{QStringLiteral("exif"),   QStringLiteral("ifd0"),
+                                      QStringLiteral("ifd1"),   QStringLiteral("exififd"),
+                                      QStringLiteral("gps"),    QStringLiteral("interopifd"),
+                                      QStringLiteral("subifd"), QStringLiteral("globparamifd")};
     return groups.contains(group);
 }
 
@@ -174,10 +174,10 @@ std::expected<void, Error> checkSizes(const ExifImage& image, const WritableTags
         }
     }
     if (largestExifSize > jpegExifValue || exifTotal > jpegExifSegment)
-        return std::unexpected(tooLarge(
-            image, largestExif, largestExifSize,
-            QStringLiteral("a JPEG holds all its EXIF in one segment of %1 bytes").arg(
-                jpegExifSegment)));
+        return std::unexpected(
+            tooLarge(image, largestExif, largestExifSize,
+                     QStringLiteral("a JPEG holds all its EXIF in one segment of %1 bytes")
+                         .arg(jpegExifSegment)));
     return {};
 }
 

@@ -104,7 +104,8 @@ WritePlan planWrite(const std::map<QUrl, std::shared_ptr<ExifImage>>& batch, boo
         if (const QString target = linkTarget(path); target != path)
             image->metadata.insert_or_assign(ExifImage::sourceFileKey, QUrl::fromLocalFile(target));
         const QUrl source = image->url().value_or(url);
-        file.target = sidecars ? sidecarFinder.sidecarOf(source).toLocalFile() : source.toLocalFile();
+        file.target =
+            sidecars ? sidecarFinder.sidecarOf(source).toLocalFile() : source.toLocalFile();
         files.push_back(std::move(file));
     }
     QStringList targets;
@@ -161,7 +162,8 @@ FileOutcomes runOutcomes(const std::vector<const WriteFile*>& files, const Write
     for (FileOutcome& outcome : outcomes) {
         const QString& note = byPath.value(outcome.path)->note;
         if (!note.isEmpty())
-            outcome.message = outcome.message.isEmpty() ? note : note + QLatin1Char('\n') + outcome.message;
+            outcome.message =
+                outcome.message.isEmpty() ? note : note + QLatin1Char('\n') + outcome.message;
     }
     return outcomes;
 }

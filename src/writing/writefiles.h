@@ -62,7 +62,6 @@ bool setsValues(const ExifImage& image, bool sidecars);
 
 // The outcome of each file of one exiftool run, in the order given.
 FileOutcomes runOutcomes(const std::vector<const WriteFile*>& files, const WriteReport& report,
-                         const std::expected<QString, Error>& result, bool sidecars,
-                         bool stopped);
+                         const std::expected<QString, Error>& result, bool sidecars, bool stopped);
 
 } // namespace qb

@@ -36,16 +36,16 @@ QString pathOf(const ExifImage& image)
 const QString errorTag = QStringLiteral("ExifTool:Error");
 
 // A date or time as exiftool stores it, whichever separators it came with.
-const QRegularExpression dateForm(
-    QStringLiteral("^(\\d{4})[:-](\\d{2})[:-](\\d{2})(?:[ T](\\d{2}):(\\d{2})(?::(\\d{2})(\\.\\d+)?)?)?"
-                   "(Z|[+-]\\d{2}:?\\d{2})?$"));
+const QRegularExpression dateForm(QStringLiteral(
+    "^(\\d{4})[:-](\\d{2})[:-](\\d{2})(?:[ T](\\d{2}):(\\d{2})(?::(\\d{2})(\\.\\d+)?)?)?"
+    "(Z|[+-]\\d{2}:?\\d{2})?$"));
 
 QString normalised(const QString& text)
 {
     const QString trimmed = text.trimmed();
     if (const auto date = dateForm.match(trimmed); date.hasMatch()) {
-        QString form = QStringLiteral("%1:%2:%3").arg(date.captured(1), date.captured(2),
-                                                      date.captured(3));
+        QString form =
+            QStringLiteral("%1:%2:%3").arg(date.captured(1), date.captured(2), date.captured(3));
         if (date.capturedLength(4) > 0)
             form += QStringLiteral(" %1:%2:%3%4")
                         .arg(date.captured(4), date.captured(5),
@@ -128,8 +128,8 @@ WritePreview buildPreview(const ExifImages& images, const CurrentValues& current
     WritePreview preview;
     for (std::size_t i = 0; i < images.size(); ++i) {
         const ExifImage& image = *images[i];
-        PreviewImage entry{pathOf(image), {}, image.notes.leftAlone,
-                           unreadable.value(paths[qsizetype(i)])};
+        PreviewImage entry{
+            pathOf(image), {}, image.notes.leftAlone, unreadable.value(paths[qsizetype(i)])};
         const auto found = current.find(paths[qsizetype(i)]);
         const auto valueOf = [&](const QString& tag) {
             if (found != current.end()) {

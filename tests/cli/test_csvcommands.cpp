@@ -130,9 +130,9 @@ TEST_F(AssignDryRun, PrintsTheBatchForExiftool)
     EXPECT_FALSE(b2.contains("XMP:Subject"));
     EXPECT_EQ(a1.keys().size(), 3);
     EXPECT_TRUE(result.err.contains("B2.jpg: empty cells leave XMP:Subject as the file has them"));
-    const CliResult cleared = runCli({"assign", "--dry-run", "--empty-cells", "clear",
-                                      "--mappings", m_mappings, "--csv", m_csv, "--key", "id",
-                                      m_dir.filePath("shoot/B2.jpg")});
+    const CliResult cleared =
+        runCli({"assign", "--dry-run", "--empty-cells", "clear", "--mappings", m_mappings, "--csv",
+                m_csv, "--key", "id", m_dir.filePath("shoot/B2.jpg")});
     ASSERT_EQ(cleared.status, 0) << cleared.err.toStdString();
     EXPECT_EQ(json(cleared).array().first().toObject()["XMP:Subject"].toArray(), QJsonArray());
 }
