@@ -156,7 +156,8 @@ void WriteController::assignMetadata()
     watchQueue(queue);
     m_lastReport = {};
     queue.setWriteJobs(preferences.writeJobs());
-    queue.addImages(m_inputs.images(), *m_inputs.source(), m_inputs.mappings());
+    queue.addImages(m_inputs.images(), *m_inputs.source(), m_inputs.mappings(),
+                    preferences.emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep);
     const int count = queue.imageCount();
     const QPointer<WriteController> self(this);
     queue.write([self, method, count](const MetadataQueue::WriteResult& result) {
@@ -274,18 +275,23 @@ void WriteController::showRestored(const std::expected<FileOutcomes, Error>& res
 void WriteController::previewMetadata()
 {
     const ImageProvider& provider = m_inputs.images();
-    ExifImages images = mapImages(provider, *m_inputs.source(), m_inputs.mappings());
+    const Preferences& preferences = *m_inputs.preferences;
+    ExifImages images =
+        mapImages(provider, *m_inputs.source(), m_inputs.mappings(),
+                  preferences.emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep);
     const QList<QUrl> unmatched = unmatchedImages(provider.images(), images);
-    const QString exiftool =
-        MetadataQueue::shared(m_inputs.preferences->writeMethod()).exiftoolLocation();
+    const QString exiftool = MetadataQueue::shared(preferences.writeMethod()).exiftoolLocation();
+    // With sidecars, the values now are the sidecars'.
+    const PreviewSource source{preferences.writeMethod() == MetadataQueue::WriteMethod::xmp,
+                               preferences.sidecarNaming()};
     const int parts = chunkCount(qsizetype(images.size()), m_inputs.preferences->writeJobs(),
                                  defaultParallelThreshold);
     setWorking(true);
     // The images were made for this preview alone; only the pool touches them.
     runOffMainThread(
         this,
-        [exiftool, images = std::move(images), unmatched, parts] {
-            return previewWrite(ExifTool(exiftool, {}), images, unmatched, parts);
+        [exiftool, images = std::move(images), unmatched, parts, source] {
+            return previewWrite(ExifTool(exiftool, {}), images, unmatched, parts, source);
         },
         [this](const std::expected<WritePreview, Error>& preview) {
             setWorking(false);

@@ -2,6 +2,8 @@
 #include "currentvalues.h"
 
 #include "extensions/dynamicvaluejson.h"
+#include "extensions/interruption.h"
+#include "extensions/process.h"
 
 #include <algorithm>
 #include <thread>
@@ -62,12 +64,17 @@ std::expected<CurrentValues, Error> parsed(const QByteArray& answer, const QStri
     return values;
 }
 
-} // namespace
+Error interruptedRead()
+{
+    Error error;
+    error.domain = QStringLiteral("ExifBridge.CurrentValues");
+    error.code = 1;
+    error.errorDescription = QStringLiteral("Interrupted while exiftool read the files.");
+    return error;
+}
 
-namespace {
-
-std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QStringList& paths,
-                                             const QStringList& tags, bool numeric)
+std::expected<CurrentRead, Error> readPart(const ExifTool& exiftool, const QStringList& paths,
+                                           const QStringList& tags, bool numeric)
 {
     QStringList arguments{QStringLiteral("-G0:1"), QStringLiteral("-json")};
     if (numeric)
@@ -75,10 +82,22 @@ std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QSt
     for (const QString& tag : tags)
         arguments << QLatin1Char('-') + tag;
     arguments << paths;
-    std::expected<CurrentValues, Error> result;
+    std::expected<CurrentRead, Error> result;
+    const auto take = [&](const QByteArray& answer, const QString& standardError) {
+        auto values = parsed(answer, tags);
+        if (values)
+            result = CurrentRead{std::move(*values), standardError};
+        else
+            result = std::unexpected(values.error());
+    };
     exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> ran) {
+        // A stop cuts exiftool's answer short: that is no parse error.
+        if (isInterrupted()) {
+            result = std::unexpected(interruptedRead());
+            return;
+        }
         if (ran) {
-            result = parsed(ran->response, tags);
+            take(ran->response, decodedUtf8(ran->standardError).value_or(QString()));
             return;
         }
         const ExiftoolError& failure = ran.error();
@@ -86,7 +105,7 @@ std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QSt
         // it has read the others.
         if (failure.kind() == ExiftoolError::Case::responseNotZero &&
             !failure.process().endedBySignal)
-            result = parsed(failure.process().response, tags);
+            take(failure.process().response, failure.stdErr().value_or(QString()));
         else
             result = std::unexpected(failure.toError(ExiftoolTask::read));
     });
@@ -95,17 +114,15 @@ std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QSt
 
 } // namespace
 
-std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
-                                                      const QStringList& paths,
-                                                      const QStringList& tags, bool numeric,
-                                                      int parts)
+std::expected<CurrentRead, Error> readCurrent(const ExifTool& exiftool, const QStringList& paths,
+                                              const QStringList& tags, bool numeric, int parts)
 {
     if (paths.isEmpty() || tags.isEmpty())
-        return CurrentValues{};
+        return CurrentRead{};
     parts = int(std::clamp<qsizetype>(parts, 1, paths.size()));
     if (parts == 1)
         return readPart(exiftool, paths, tags, numeric);
-    std::vector<std::expected<CurrentValues, Error>> results(static_cast<std::size_t>(parts));
+    std::vector<std::expected<CurrentRead, Error>> results(static_cast<std::size_t>(parts));
     {
         std::vector<std::jthread> readers;
         const qsizetype size = paths.size();
@@ -117,13 +134,25 @@ std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
             });
         }
     } // every reader has ended here
-    CurrentValues all;
+    CurrentRead all;
     for (auto& result : results) {
         if (!result)
             return std::unexpected(result.error());
-        all.merge(*result);
+        all.values.merge(result->values);
+        all.standardError += result->standardError;
     }
     return all;
+}
+
+std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
+                                                      const QStringList& paths,
+                                                      const QStringList& tags, bool numeric,
+                                                      int parts)
+{
+    auto read = readCurrent(exiftool, paths, tags, numeric, parts);
+    if (!read)
+        return std::unexpected(read.error());
+    return std::move(read->values);
 }
 
 } // namespace qb

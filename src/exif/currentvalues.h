@@ -28,6 +28,15 @@ std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
                                                       const QStringList& tags, bool numeric,
                                                       int parts = 1);
 
+// The values, and exiftool's standard error, which names the files it
+// could not read.
+struct CurrentRead {
+    CurrentValues values;
+    QString standardError;
+};
+std::expected<CurrentRead, Error> readCurrent(const ExifTool& exiftool, const QStringList& paths,
+                                              const QStringList& tags, bool numeric, int parts = 1);
+
 // Whether exiftool's key "XMP:XMP-dc:Title" (read with -G0:1) is the tag
 // "XMP-dc:Title", "XMP:Title" or "Title". Groups and names compare without
 // regard to case, as exiftool's do.

@@ -136,6 +136,7 @@ void CSVDataSource::buildMetadata(const QString& keyColumn)
     if (!m_csvData)
         return;
     MetadataTable table;
+    QStringList duplicates;
     const QStringList& headers = m_csvData->headers();
     for (const CSVReader::Record record : m_csvData->records()) {
         if (record.isEmpty())
@@ -148,9 +149,12 @@ void CSVDataSource::buildMetadata(const QString& keyColumn)
             if (std::optional<QString> field = record.value(header))
                 row.insert_or_assign(header, DynamicValue(*field));
         }
-        table.insert_or_assign(*key, std::move(row)); // a later record replaces an earlier one
+        // A later record replaces an earlier one, and is told.
+        if (!table.insert_or_assign(*key, std::move(row)).second && !duplicates.contains(*key))
+            duplicates << *key;
     }
     setMetadata(std::move(table));
+    setDuplicateKeys(std::move(duplicates));
 }
 
 QStringList CSVDataSource::keyNames() const

@@ -25,6 +25,10 @@ public:
     void setMatchingStyle(MatchingStyle style) { m_matchingStyle = style; }
     const MetadataTable& metadata() const { return m_metadata; }
     void setMetadata(MetadataTable metadata) { m_metadata = std::move(metadata); }
+    // The keys that more than one row of the data had, in the order met;
+    // the table kept the last of those rows.
+    const QStringList& duplicateKeys() const { return m_duplicateKeys; }
+    void setDuplicateKeys(QStringList keys) { m_duplicateKeys = std::move(keys); }
 
     bool imageMatchesKey(const QUrl& url, const QString& key) const;
 
@@ -45,6 +49,7 @@ protected:
 private:
     MatchingStyle m_matchingStyle = MatchingStyle::prefix;
     MetadataTable m_metadata;
+    QStringList m_duplicateKeys;
 };
 
 // A field takes its value from the first row that has something to say; a

@@ -30,6 +30,7 @@ MatchFindings MatchFindings::find(const FileNameDataSource& source, const QList<
 {
     MatchFindings findings;
     findings.m_style = source.matchingStyle();
+    findings.m_duplicateKeys = source.duplicateKeys();
     if (images.isEmpty())
         return findings;
     // A key pattern that runs out of time is told once, here or in the
@@ -58,6 +59,15 @@ MatchFindings MatchFindings::find(const FileNameDataSource& source, const QList<
 QStringList MatchFindings::lines() const
 {
     QStringList lines;
+    const qsizetype duplicates = std::min<qsizetype>(m_duplicateKeys.size(), lineLimit);
+    for (qsizetype i = 0; i < duplicates; ++i)
+        lines << QStringLiteral("Several rows of the data have the key \u201c%1\u201d: the last "
+                                "of them stands.")
+                     .arg(m_duplicateKeys[i]);
+    if (const qsizetype rest = m_duplicateKeys.size() - duplicates; rest > 0)
+        lines << QStringLiteral("\u2026 and %1 more %2 several rows have.")
+                     .arg(rest)
+                     .arg(rest == 1 ? QStringLiteral("key") : QStringLiteral("keys"));
     if (m_emptyKeyMatchesAll)
         lines << QStringLiteral("A row with an empty key matches every image under \u201c%1\u201d: "
                                 "its values go to every image, also to those without a row of "
@@ -85,6 +95,11 @@ Error MatchFindings::strictError() const
     error.code = 1;
     error.errorDescription = QStringLiteral("Rows tie to the images in more than one way.");
     QStringList reasons;
+    if (!m_duplicateKeys.isEmpty())
+        reasons << QStringLiteral("%1 %2 of the data stand on more than one row.")
+                       .arg(m_duplicateKeys.size())
+                       .arg(m_duplicateKeys.size() == 1 ? QStringLiteral("key")
+                                                        : QStringLiteral("keys"));
     if (m_emptyKeyMatchesAll)
         reasons << QStringLiteral("A row with an empty key matches every image.");
     if (!m_overlaps.empty())

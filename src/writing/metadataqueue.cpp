@@ -280,9 +280,9 @@ void MetadataQueue::createTimer()
 }
 
 void MetadataQueue::addImages(const ImageProvider& provider, const MetadataSource& source,
-                              std::vector<MetadataMapping> mappings)
+                              std::vector<MetadataMapping> mappings, EmptyCells emptyCells)
 {
-    enqueue(mapImages(provider, source, mappings));
+    enqueue(mapImages(provider, source, mappings, emptyCells));
 }
 
 void MetadataQueue::addImages(const ShotlistCoordinator& coordinator,

@@ -113,7 +113,7 @@ public:
     void setLongLivedExiftool(std::shared_ptr<ProcessRunner> runner);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
-                   std::vector<MetadataMapping> mappings);
+                   std::vector<MetadataMapping> mappings, EmptyCells emptyCells = EmptyCells::keep);
     // The same with the coordinator's data source and image provider.
     void addImages(const ShotlistCoordinator& coordinator, std::vector<MetadataMapping> mappings);
     void enqueue(const ExifImages& images);
@@ -147,7 +147,8 @@ private:
                      const Continuation& continuation);
     void finishWrite(const WriteResult& result, const WriteReport& report, const QDateTime& start,
                      const ImageMap& batch, const Completion& completion);
-    std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;
+    std::expected<void, Error> checkBeforeWriting(const ImageMap& batch, bool sidecars) const;
+    std::shared_ptr<const WritableTags> writableTags() const;
     // A writer over the long-lived exiftool, set up as `base`; null without one.
     std::unique_ptr<MetadataManager> longLivedWriter(const MetadataManager& base) const;
     void takeWritten(const ImageMap& batch);
