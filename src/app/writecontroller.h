@@ -4,6 +4,7 @@
 #include "writing/metadataqueue.h"
 
 #include "exif/fileoutcomes.h"
+#include "writing/journalrestore.h"
 
 #include <QObject>
 
@@ -72,7 +73,7 @@ private:
                      int count);
     void watchQueue(MetadataQueue& queue);
     void showProgress(qsizetype done, qsizetype total);
-    void showRestored(const std::expected<FileOutcomes, Error>& restored);
+    void showRestored(const std::expected<UndoResult, Error>& restored);
     void updateButtons();
 
     Inputs m_inputs;

@@ -4,6 +4,7 @@
 #include "extensions/dynamicvaluejson.h"
 
 #include <algorithm>
+#include <functional>
 #include <thread>
 #include <vector>
 
@@ -38,47 +39,30 @@ DynamicValue::Dictionary valuesOf(const nlohmann::ordered_json& object, const QS
     return values;
 }
 
-std::expected<CurrentValues, Error> parsed(const QByteArray& answer, const QStringList& tags)
+// exiftool's answer: an array of one object per file it could read.
+std::expected<nlohmann::ordered_json, Error> parsedAnswer(const QByteArray& answer)
 {
-    CurrentValues values;
     // exiftool prints nothing at all when it could read none of the files.
     if (answer.trimmed().isEmpty())
-        return values;
+        return nlohmann::ordered_json::array();
     nlohmann::ordered_json json;
     try {
         json = nlohmann::ordered_json::parse(answer.cbegin(), answer.cend());
     } catch (const nlohmann::ordered_json::parse_error& failure) {
         return std::unexpected(exiftoolAnswerError(failure.what()));
     }
-    if (!json.is_array())
-        return values;
-    for (const nlohmann::ordered_json& object : json) {
-        const auto source = object.find("SourceFile");
-        if (!object.is_object() || source == object.end() || !source->is_string())
-            continue;
-        values.insert_or_assign(QString::fromStdString(source->get<std::string>()),
-                                valuesOf(object, tags));
-    }
-    return values;
+    return json.is_array() ? json : nlohmann::ordered_json::array();
 }
 
-} // namespace
-
-namespace {
-
-std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QStringList& paths,
-                                             const QStringList& tags, bool numeric)
+// Runs one read and hands each file's object to `take`.
+std::expected<void, Error>
+readObjects(const ExifTool& exiftool, const QStringList& arguments,
+            const std::function<void(const QString&, const nlohmann::ordered_json&)>& take)
 {
-    QStringList arguments{QStringLiteral("-G0:1"), QStringLiteral("-json")};
-    if (numeric)
-        arguments << QStringLiteral("-n");
-    for (const QString& tag : tags)
-        arguments << QLatin1Char('-') + tag;
-    arguments << paths;
-    std::expected<CurrentValues, Error> result;
+    std::expected<nlohmann::ordered_json, Error> answer;
     exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> ran) {
         if (ran) {
-            result = parsed(ran->response, tags);
+            answer = parsedAnswer(ran->response);
             return;
         }
         const ExiftoolError& failure = ran.error();
@@ -86,11 +70,67 @@ std::expected<CurrentValues, Error> readPart(const ExifTool& exiftool, const QSt
         // it has read the others.
         if (failure.kind() == ExiftoolError::Case::responseNotZero &&
             !failure.process().endedBySignal)
-            result = parsed(failure.process().response, tags);
+            answer = parsedAnswer(failure.process().response);
         else
-            result = std::unexpected(failure.toError(ExiftoolTask::read));
+            answer = std::unexpected(failure.toError(ExiftoolTask::read));
     });
-    return result;
+    if (!answer)
+        return std::unexpected(answer.error());
+    for (const nlohmann::ordered_json& object : *answer) {
+        const auto source = object.find("SourceFile");
+        if (object.is_object() && source != object.end() && source->is_string())
+            take(QString::fromStdString(source->get<std::string>()), object);
+    }
+    return {};
+}
+
+QStringList tagArguments(const QStringList& tags)
+{
+    QStringList arguments;
+    for (const QString& tag : tags)
+        arguments << QLatin1Char('-') + tag;
+    return arguments;
+}
+
+// Runs `readPart` over `parts` contiguous runs of the paths at once, as a
+// parallel write splits its batch, and merges what they found.
+template <typename Values>
+std::expected<Values, Error>
+readInParts(const QStringList& paths, int parts,
+            const std::function<std::expected<Values, Error>(const QStringList&)>& readPart)
+{
+    parts = int(std::clamp<qsizetype>(parts, 1, paths.size()));
+    if (parts == 1)
+        return readPart(paths);
+    std::vector<std::expected<Values, Error>> results(static_cast<std::size_t>(parts));
+    {
+        std::vector<std::jthread> readers;
+        const qsizetype size = paths.size();
+        for (int i = 0; i < parts; ++i) {
+            const qsizetype from = size * i / parts;
+            const qsizetype to = size * (i + 1) / parts;
+            readers.emplace_back([&, i, part = paths.mid(from, to - from)] {
+                results[std::size_t(i)] = readPart(part);
+            });
+        }
+    } // every reader has ended here
+    Values all;
+    for (auto& result : results) {
+        if (!result)
+            return std::unexpected(result.error());
+        all.merge(*result);
+    }
+    return all;
+}
+
+ExactValue exactValue(const nlohmann::ordered_json& described)
+{
+    if (!described.is_object())
+        return {described, described};
+    const auto shown = described.find("val");
+    const auto raw = described.find("num");
+    const nlohmann::ordered_json value = shown == described.end() ? nullptr : *shown;
+    return {raw == described.end() ? value : *raw, value};
 }
 
 } // namespace
@@ -102,28 +142,54 @@ std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
 {
     if (paths.isEmpty() || tags.isEmpty())
         return CurrentValues{};
-    parts = int(std::clamp<qsizetype>(parts, 1, paths.size()));
-    if (parts == 1)
-        return readPart(exiftool, paths, tags, numeric);
-    std::vector<std::expected<CurrentValues, Error>> results(static_cast<std::size_t>(parts));
-    {
-        std::vector<std::jthread> readers;
-        const qsizetype size = paths.size();
-        for (int i = 0; i < parts; ++i) {
-            const qsizetype from = size * i / parts;
-            const qsizetype to = size * (i + 1) / parts;
-            readers.emplace_back([&, i, part = paths.mid(from, to - from), reader = exiftool] {
-                results[std::size_t(i)] = readPart(reader, part, tags, numeric);
+    QStringList options{QStringLiteral("-G0:1"), QStringLiteral("-json")};
+    if (numeric)
+        options << QStringLiteral("-n");
+    options << tagArguments(tags);
+    return readInParts<CurrentValues>(paths, parts, [&](const QStringList& part) {
+        CurrentValues values;
+        const ExifTool reader = exiftool; // one each: an ExifTool runs on one thread
+        auto read =
+            readObjects(reader, options + part, [&](const QString& path, const auto& object) {
+                values.insert_or_assign(path, valuesOf(object, tags));
             });
-        }
-    } // every reader has ended here
-    CurrentValues all;
-    for (auto& result : results) {
-        if (!result)
-            return std::unexpected(result.error());
-        all.merge(*result);
-    }
-    return all;
+        return read ? std::expected<CurrentValues, Error>(std::move(values))
+                    : std::unexpected(read.error());
+    });
+}
+
+std::expected<ExactValues, Error> readExactValues(const ExifTool& exiftool,
+                                                  const QStringList& paths, const QStringList& tags,
+                                                  int parts)
+{
+    if (paths.isEmpty())
+        return ExactValues{};
+    const QStringList options = QStringList{QStringLiteral("-G0:1"), QStringLiteral("-json"),
+                                            QStringLiteral("-l"), QStringLiteral("-b")} +
+                                tagArguments(tags);
+    return readInParts<ExactValues>(paths, parts, [&](const QStringList& part) {
+        ExactValues values;
+        const ExifTool reader = exiftool;
+        auto read =
+            readObjects(reader, options + part, [&](const QString& path, const auto& object) {
+                std::map<QString, ExactValue>& file = values[path];
+                for (const auto& [key, value] : object.items()) {
+                    const QString name = QString::fromStdString(key);
+                    if (name == QLatin1String("SourceFile"))
+                        continue;
+                    if (tags.isEmpty()) {
+                        file.emplace(name, exactValue(value));
+                        continue;
+                    }
+                    for (const QString& tag : tags) {
+                        if (!file.contains(tag) && keyNamesTag(name, tag))
+                            file.emplace(tag, exactValue(value));
+                    }
+                }
+            });
+        return read ? std::expected<ExactValues, Error>(std::move(values))
+                    : std::unexpected(read.error());
+    });
 }
 
 } // namespace qb

@@ -4,8 +4,9 @@
 #include "metadataqueue.h"
 
 #include "writing/parallelwrite.h"
+#include "writing/privatefolder.h"
+#include "writing/sessionjournal.h"
 #include "writing/writechecks.h"
-#include "writing/writejournal.h"
 #include "writing/writepreview.h"
 #include "writing/writeprogress.h"
 
@@ -17,7 +18,6 @@
 #include <QDir>
 #include <QFile>
 #include <QHash>
-#include <QTemporaryDir>
 
 namespace qb {
 
@@ -212,15 +212,14 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         continuation(interrupted, {});
         return;
     }
-    // A fresh folder of our own for each write (mode 0700, a name no one
-    // could have put there first), removed when the write ends, however it
-    // ends: the values are the client's and don't stay behind.
-    const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/quillbrook-XXXXXX"));
-    if (!folder.isValid()) {
-        continuation(std::unexpected(privateFolderError(folder.errorString())), {});
+    // The values are the client's and don't stay behind: the folder goes
+    // when the write ends, or at the next start after a kill.
+    const auto folder = makePrivateFolder();
+    if (!folder->isValid()) {
+        continuation(std::unexpected(privateFolderError(folder->errorString())), {});
         return;
     }
-    runExiftool(sidecars, batch, folder.path(), continuation);
+    runExiftool(sidecars, batch, folder->path(), continuation);
 }
 
 std::expected<void, Error> MetadataQueue::checkBeforeWriting(const ImageMap& batch) const
@@ -269,11 +268,19 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     }
     // Taken now, when each image's SourceFile names the file to be written.
     const WriteTargets targets(batch);
-    // One journal for the whole batch, however many exiftools share it.
+    // One journal for the whole batch, however many exiftools share it,
+    // read through the long-lived exiftool where there is one.
     QString journal;
-    if (const auto directory = journalDirectoryChoice()) {
-        const auto kept = keepJournal(exiftool, targets.paths(), destinationTags(imagesOf(batch)),
-                                      caseName(m_writeMethod), m_clock(), *directory, chunks);
+    const auto session = sessionJournal();
+    if (const auto directory = journalDirectoryChoice(); directory || session) {
+        std::vector<JournalTarget> files;
+        std::size_t index = 0;
+        for (const auto& [url, image] : batch)
+            files.push_back(JournalTarget::of(*image, url.toLocalFile(), targets.path(index++)));
+        const ExifTool& reader = longLived ? longLived->exiftool() : exiftool;
+        const auto kept = session ? session->add(reader, files, chunks)
+                                  : keepJournal(reader, files, caseName(m_writeMethod), m_clock(),
+                                                *directory, chunks);
         if (!kept) {
             continuation(std::unexpected(kept.error()), {});
             return;
