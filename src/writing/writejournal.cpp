@@ -73,7 +73,8 @@ public:
         }
         const bool integer = type == Json::value_t::number_integer;
         if (integer ? !it->is_number_integer() : it->type() != type) {
-            fail(where + QLatin1Char('.') + QLatin1String(key),
+            fail(where.isEmpty() ? QLatin1String(key)
+                                 : where + QLatin1Char('.') + QLatin1String(key),
                  QStringLiteral("expected %1, found %2")
                      .arg(QLatin1String(Json(type).type_name()), QLatin1String(it->type_name())));
             return nullptr;
