@@ -187,29 +187,34 @@ void FolderWatcher::watchFolder(const QString& folder)
         m_watchedFolders[watch] = folder;
 }
 
-// Records what is there, or with `arrivals` takes each file it doesn't know
-// as a possible capture; watches the subfolders when recursive.
-void FolderWatcher::takeStock(const QByteArray& folder, bool arrivals)
+void FolderWatcher::walkCandidates(const QByteArray& folder,
+                                   const std::function<void(const QString&)>& candidate)
 {
     walk(
         folder, m_options.recursive,
         [&](const QByteArray& bytes) {
-            if (!isNamedRightly(bytes))
-                return;
             const QString path = QFile::decodeName(bytes);
-            if (!isCandidateName(QFileInfo(path).fileName()))
-                return;
-            if (arrivals) {
-                if (!m_known.contains(path))
-                    consider(path);
-            } else if (const auto state = stateOf(path)) {
-                m_known[path] = *state;
-            }
+            if (isNamedRightly(bytes) && isCandidateName(QFileInfo(path).fileName()))
+                candidate(path);
         },
         [&](const QByteArray& subfolder) {
             if (!m_polling && decodedUtf8(subfolder))
                 watchFolder(QFile::decodeName(subfolder));
         });
+}
+
+// Records what is there, or with `arrivals` takes each file it doesn't know
+// as a possible capture; watches the subfolders when recursive.
+void FolderWatcher::takeStock(const QByteArray& folder, bool arrivals)
+{
+    walkCandidates(folder, [&](const QString& path) {
+        if (arrivals) {
+            if (!m_known.contains(path))
+                consider(path);
+        } else if (const auto state = stateOf(path)) {
+            m_known[path] = *state;
+        }
+    });
 }
 
 // Whether a file's path is UTF-8. A capture of another name is told of
@@ -403,21 +408,14 @@ void FolderWatcher::poll()
         return;
     std::map<QString, State> unseen = m_known;
     std::set<QString> seen;
-    walk(QFile::encodeName(m_folder), m_options.recursive,
-         [&](const QByteArray& bytes) {
-             if (!isNamedRightly(bytes))
-                 return;
-             const QString path = QFile::decodeName(bytes);
-             if (!isCandidateName(QFileInfo(path).fileName()))
-                 return;
-             seen.insert(path);
-             unseen.erase(path);
-             if (const auto known = m_known.find(path); known != m_known.end()) {
-                 if (!m_busy.contains(path))
-                     known->second = stateOf(path).value_or(known->second);
-             }
-         },
-         {});
+    walkCandidates(QFile::encodeName(m_folder), [&](const QString& path) {
+        seen.insert(path);
+        unseen.erase(path);
+        if (const auto known = m_known.find(path); known != m_known.end()) {
+            if (!m_busy.contains(path))
+                known->second = stateOf(path).value_or(known->second);
+        }
+    });
     // What went since the last poll may have been renamed: it stays known.
     for (const auto& [path, state] : unseen) {
         if (m_busy.contains(path))

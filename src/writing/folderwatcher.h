@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <expected>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -98,6 +99,10 @@ private:
     };
 
     static std::optional<State> stateOf(const QString& path);
+    // Each file under `folder` that may be a capture, by path; subfolders
+    // are watched on the way when notices arrive.
+    void walkCandidates(const QByteArray& folder,
+                        const std::function<void(const QString&)>& candidate);
     void takeStock(const QByteArray& folder, bool arrivals);
     void watchFolder(const QString& folder);
     void readNotices();
