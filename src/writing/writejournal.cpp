@@ -306,10 +306,9 @@ std::expected<WriteJournal, Error> WriteJournal::load(const QString& path)
 {
     const auto json = readJsonFile(path);
     if (!json) {
-        Error error = json.error();
-        error.errorDescription =
-            QStringLiteral("“%1” can't be undone.").arg(QFileInfo(path).fileName());
-        return std::unexpected(error);
+        const Error& unread = json.error();
+        return std::unexpected(damagedJournalError(
+            path, {}, unread.failureReason.isEmpty() ? unread.message() : unread.failureReason));
     }
     return fromJson(*json, path);
 }

@@ -159,7 +159,11 @@ TEST_F(UndoCli, AHostileJournalIsRefusedWholeAndNothingIsRestored)
         EXPECT_EQ(shootDigest(), before);
     }
     // journal names what it can't read instead of hiding it.
-    writeFile(path("state/quillbrook/journal/zz-garbage.json"), "{\"files\": [1,");
+    const QString garbage =
+        writeFile(path("state/quillbrook/journal/zz-garbage.json"), "{\"files\": [1,");
+    const CliResult unreadable = cli({"undo", garbage});
+    EXPECT_EQ(unreadable.status, 2) << unreadable.err.toStdString();
+    EXPECT_TRUE(unreadable.err.contains("\u201czz-garbage.json\u201d can't be undone"));
     const CliResult listed = cli({"journal"});
     EXPECT_EQ(listed.status, 0);
     EXPECT_TRUE(
