@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "writing/journalrestore.h"
 #include "writing/metadataqueue.h"
 
 #include "exif/fileoutcomes.h"
-#include "writing/journalrestore.h"
 
 #include <QObject>
 
