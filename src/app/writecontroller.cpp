@@ -232,43 +232,42 @@ bool WriteController::canRestoreLastWrite() const
 
 void WriteController::restoreLastWrite()
 {
-    auto journal = WriteJournal::load(m_lastJournal);
-    if (!journal) {
-        presentError(window(), journal.error());
-        return;
-    }
-    const QString exiftool =
+    UndoOptions options;
+    options.exiftool =
         MetadataQueue::shared(m_inputs.preferences->writeMethod()).exiftoolLocation();
+    if (m_inputs.preferences->keepWriteJournal())
+        options.journalDirectory = journalDirectory();
     setWorking(true);
     runOffMainThread(
-        this,
-        [journal = std::move(*journal), exiftool] {
-            return restoreJournal(journal, ExifTool(exiftool, {}));
-        },
-        [this](const std::expected<FileOutcomes, Error>& restored) {
+        this, [journal = m_lastJournal, options] { return undoWrite(journal, options); },
+        [this](const std::expected<UndoResult, Error>& restored) {
             setWorking(false);
             showRestored(restored);
         });
 }
 
-void WriteController::showRestored(const std::expected<FileOutcomes, Error>& restored)
+void WriteController::showRestored(const std::expected<UndoResult, Error>& restored)
 {
     if (!restored) {
         presentError(window(), restored.error());
         return;
     }
+    if (!restored->journalPath.isEmpty())
+        m_lastJournal = restored->journalPath;
     QStringList failed;
-    for (const FileOutcome& outcome : *restored) {
+    for (const FileOutcome& outcome : restored->outcomes) {
         if (outcome.kind == FileOutcomeKind::failed)
             failed << QStringLiteral("%1: %2").arg(outcome.path, outcome.message);
     }
-    auto* box = new QMessageBox(failed.isEmpty() ? QMessageBox::Information : QMessageBox::Warning,
-                                QStringLiteral("Quillbrook"),
-                                QStringLiteral("Values before the last write restored: %1.")
-                                    .arg(outcomeCountsText(countOutcomes(*restored))),
-                                QMessageBox::Ok, window());
+    auto* box =
+        new QMessageBox(failed.isEmpty() && restored->notes.isEmpty() ? QMessageBox::Information
+                                                                      : QMessageBox::Warning,
+                        QStringLiteral("Quillbrook"),
+                        QStringLiteral("Values before the last write restored: %1.")
+                            .arg(outcomeCountsText(countOutcomes(restored->outcomes))),
+                        QMessageBox::Ok, window());
     box->setObjectName(QStringLiteral("restoreAlert"));
-    box->setInformativeText(cappedLines(failed.join(QLatin1Char('\n'))));
+    box->setInformativeText(cappedLines((failed + restored->notes).join(QLatin1Char('\n'))));
     openWindowModal(box);
 }
 

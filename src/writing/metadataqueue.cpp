@@ -354,4 +354,16 @@ std::optional<QString> MetadataQueue::journalDirectoryChoice() const
     return m_journalDirectory;
 }
 
+void MetadataQueue::setSessionJournal(std::shared_ptr<SessionJournal> journal)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_sessionJournal = std::move(journal);
+}
+
+std::shared_ptr<SessionJournal> MetadataQueue::sessionJournal() const
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_sessionJournal;
+}
+
 } // namespace qb

@@ -29,6 +29,7 @@
 
 namespace qb {
 
+class SessionJournal;
 class ShotlistCoordinator;
 
 // Collects mapped images keyed by file location and writes them in one
@@ -99,6 +100,9 @@ public:
     // Where each write first keeps a journal of the values it replaces;
     // none is kept when there is no folder, as for a new queue.
     void setJournalDirectory(std::optional<QString> directory);
+    // One journal that every write adds its files to, in place of a journal
+    // per write, as watch keeps for a session; null, the default, for none.
+    void setSessionJournal(std::shared_ptr<SessionJournal> journal);
     // How many exiftool processes a batch at or above the threshold is split
     // across, one chunk each; 0, the default, means one per core.
     void setWriteJobs(int jobs);
@@ -154,6 +158,7 @@ private:
     void takeWritten(const ImageMap& batch);
     void announceWaiting();
     std::optional<QString> journalDirectoryChoice() const;
+    std::shared_ptr<SessionJournal> sessionJournal() const;
 
     WriteMethod m_writeMethod;
     double m_timerBuffer;
@@ -175,6 +180,7 @@ private:
     QString m_writerLockPath = WriterLock::defaultPath();
     WritableTagsCache* m_writableTags = &WritableTagsCache::shared();
     std::optional<QString> m_journalDirectory;
+    std::shared_ptr<SessionJournal> m_sessionJournal;
     int m_writeJobs = 0;
     int m_parallelThreshold;
     std::shared_ptr<ProcessRunner> m_longLivedExiftool;

@@ -5,9 +5,10 @@
 
 #include "writing/iptcrecoding.h"
 #include "writing/parallelwrite.h"
+#include "writing/privatefolder.h"
+#include "writing/sessionjournal.h"
 #include "writing/writechecks.h"
 #include "writing/writefiles.h"
-#include "writing/writejournal.h"
 #include "writing/writepreview.h"
 #include "writing/writeprogress.h"
 
@@ -21,7 +22,6 @@
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
-#include <QTemporaryDir>
 
 namespace qb {
 
@@ -235,15 +235,14 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         continuation(interrupted, {});
         return;
     }
-    // A fresh folder of our own for each write (mode 0700, a name no one
-    // could have put there first), removed when the write ends, however it
-    // ends: the values are the client's and don't stay behind.
-    const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/quillbrook-XXXXXX"));
-    if (!folder.isValid()) {
-        continuation(std::unexpected(privateFolderError(folder.errorString())), {});
+    // The values are the client's and don't stay behind: the folder goes
+    // when the write ends, or at the next start after a kill.
+    const auto folder = makePrivateFolder();
+    if (!folder->isValid()) {
+        continuation(std::unexpected(privateFolderError(folder->errorString())), {});
         return;
     }
-    runExiftool(sidecars, batch, folder.path(), continuation);
+    runExiftool(sidecars, batch, folder->path(), continuation);
 }
 
 std::shared_ptr<const WritableTags> MetadataQueue::writableTags() const
@@ -317,12 +316,20 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
             return;
         }
     }
-    // One journal for the whole batch, however many exiftools share it.
+    // One journal for the whole batch, however many exiftools share it,
+    // read through the long-lived exiftool where there is one. Files left
+    // out of the write are left out of it too.
     QString journal;
-    if (const auto directory = journalDirectoryChoice()) {
-        const auto kept =
-            keepJournal(exiftool, targetsOf(plan.files), destinationTags(imagesOf(all)),
-                        caseName(m_writeMethod), m_clock(), *directory, int(runs.files.size()));
+    const auto session = sessionJournal();
+    if (const auto directory = journalDirectoryChoice(); directory || session) {
+        std::vector<JournalTarget> files;
+        for (const WriteFile& planned : plan.files)
+            files.push_back(JournalTarget::of(*planned.image, planned.imagePath, planned.target));
+        const ExifTool& reader = longLived ? longLived->exiftool() : exiftool;
+        const int parts = int(runs.files.size());
+        const auto kept = session ? session->add(reader, files, parts)
+                                  : keepJournal(reader, files, caseName(m_writeMethod), m_clock(),
+                                                *directory, parts);
         if (!kept) {
             continuation(std::unexpected(isInterrupted()
                                              ? interruptedError(0, qsizetype(batch.size()))
