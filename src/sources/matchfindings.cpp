@@ -4,7 +4,7 @@
 #include "extensions/plainorder.h"
 #include "extensions/regex.h"
 
-#include <QHash>
+#include <QSet>
 
 namespace qb {
 
@@ -36,23 +36,27 @@ MatchFindings MatchFindings::find(const FileNameDataSource& source, const QList<
     // A key pattern that runs out of time is told once, here or in the
     // mapping of the same run.
     const RegexTimeouts run;
-    QHash<QUrl, QStringList> keysByImage;
-    for (const auto& [key, matching] : source.imagesByKey(images)) {
-        if (key.isEmpty()) {
-            findings.m_emptyKeyMatchesAll = matching.size() == images.size();
-            continue; // told on its own line, not with each image
+    const KeyedRows& rows = source.rows();
+    const std::optional<qsizetype> emptyKey = rows.find(u"");
+    const std::vector<std::vector<qsizetype>> matching = source.matchingRows(images);
+    qsizetype matchedByEmptyKey = 0;
+    QSet<QUrl> told;
+    for (qsizetype image = 0; image < images.size(); ++image) {
+        QStringList keys;
+        for (const qsizetype position : matching[std::size_t(image)]) {
+            if (position == emptyKey)
+                ++matchedByEmptyKey; // told on its own line, not with each image
+            else
+                keys << rows.key(position).toString();
         }
-        for (const QUrl& image : matching)
-            keysByImage[image] << key;
-    }
-    for (const QUrl& image : images) {
-        QStringList keys = keysByImage.value(image);
-        if (keys.size() < 2)
+        // An image given twice is told once.
+        if (keys.size() < 2 || told.contains(images[image]))
             continue;
+        told.insert(images[image]);
         sortPlain(keys);
-        findings.m_overlaps.push_back({image, keys});
-        keysByImage.remove(image); // an image given twice is told once
+        findings.m_overlaps.push_back({images[image], keys});
     }
+    findings.m_emptyKeyMatchesAll = emptyKey && matchedByEmptyKey == images.size();
     return findings;
 }
 
