@@ -28,7 +28,7 @@ public:
     QStringList keyNames() const override;
     const std::shared_ptr<CSVDataSource>& csvDataSource() const { return m_csvDataSource; }
     const CSVDatasourceSettings& settings() const { return m_settings; }
-    bool isReady() const override { return !m_csvDataSource->metadata().empty(); }
+    bool isReady() const override { return !m_csvDataSource->rows().isEmpty(); }
     std::optional<FileWrapper> settingsWrapper() const override;
     void loadWrappers(const std::map<QString, FileWrapper>& wrappers) override;
     void setEnabled(bool enabled) override;

@@ -120,6 +120,16 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
     new CheckboxBinding(journal, &m_preferences, "keepWriteJournal");
     connect(&m_preferences, &Preferences::keepWriteJournalChanged, journal, &QCheckBox::setChecked);
     layout->addWidget(journal);
+    // Off, an empty cell leaves its tag as the file has it. Wired to
+    // `toggled`, so that a change made from code or the keyboard is stored
+    // as well as a click.
+    QCheckBox* emptyCells = makeCheckBox(QStringLiteral("Empty cells clear the field"),
+                                         QStringLiteral("emptyCellsClear"), group);
+    emptyCells->setChecked(m_preferences.emptyCellsClear());
+    connect(emptyCells, &QCheckBox::toggled, &m_preferences, &Preferences::setEmptyCellsClear);
+    connect(&m_preferences, &Preferences::emptyCellsClearChanged, emptyCells,
+            &QCheckBox::setChecked);
+    layout->addWidget(emptyCells);
     layout->addLayout(makeWriteJobsRow(group));
     return group;
 }

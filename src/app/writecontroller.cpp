@@ -233,7 +233,8 @@ void WriteController::assignMetadata()
     m_lastReport = {};
     m_lastWrite.reset();
     queue.setWriteJobs(preferences.writeJobs());
-    queue.addImages(m_inputs.images(), *m_inputs.source(), m_inputs.mappings());
+    queue.addImages(m_inputs.images(), *m_inputs.source(), m_inputs.mappings(),
+                    preferences.emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep);
     const int count = queue.imageCount();
     setWorking(true, QStringLiteral("Writing %1 images\u2026").arg(count));
     const QPointer<WriteController> self(this);
@@ -319,45 +320,44 @@ bool WriteController::canRestoreLastWrite() const
 
 void WriteController::restoreLastWrite()
 {
-    auto journal = WriteJournal::load(m_lastJournal);
-    if (!journal) {
-        presentError(window(), journal.error());
-        return;
-    }
     if (!exiftoolIsUsable())
         return;
-    const QString exiftool =
+    UndoOptions options;
+    options.exiftool =
         MetadataQueue::shared(m_inputs.preferences->writeMethod()).exiftoolLocation();
+    if (m_inputs.preferences->keepWriteJournal())
+        options.journalDirectory = journalDirectory();
     setWorking(true, QStringLiteral("Restoring the values before the last write\u2026"));
     runOffMainThread(
-        this,
-        [journal = std::move(*journal), exiftool] {
-            return restoreJournal(journal, ExifTool(exiftool, {}));
-        },
-        [this](const std::expected<FileOutcomes, Error>& restored) {
+        this, [journal = m_lastJournal, options] { return undoWrite(journal, options); },
+        [this](const std::expected<UndoResult, Error>& restored) {
             setWorking(false);
             showRestored(restored);
         });
 }
 
-void WriteController::showRestored(const std::expected<FileOutcomes, Error>& restored)
+void WriteController::showRestored(const std::expected<UndoResult, Error>& restored)
 {
     if (!restored) {
         presentError(window(), restored.error());
         return;
     }
+    if (!restored->journalPath.isEmpty())
+        m_lastJournal = restored->journalPath;
     QStringList failed;
-    for (const FileOutcome& outcome : *restored) {
+    for (const FileOutcome& outcome : restored->outcomes) {
         if (outcome.kind == FileOutcomeKind::failed)
             failed << QStringLiteral("%1: %2").arg(outcome.path, outcome.message);
     }
-    auto* box = new QMessageBox(failed.isEmpty() ? QMessageBox::Information : QMessageBox::Warning,
-                                QStringLiteral("Quillbrook"),
-                                QStringLiteral("Values before the last write restored: %1.")
-                                    .arg(outcomeCountsText(countOutcomes(*restored))),
-                                QMessageBox::Ok, window());
+    auto* box =
+        new QMessageBox(failed.isEmpty() && restored->notes.isEmpty() ? QMessageBox::Information
+                                                                      : QMessageBox::Warning,
+                        QStringLiteral("Quillbrook"),
+                        QStringLiteral("Values before the last write restored: %1.")
+                            .arg(outcomeCountsText(countOutcomes(restored->outcomes))),
+                        QMessageBox::Ok, window());
     box->setObjectName(QStringLiteral("restoreAlert"));
-    box->setInformativeText(cappedLines(failed.join(QLatin1Char('\n'))));
+    box->setInformativeText(cappedLines((failed + restored->notes).join(QLatin1Char('\n'))));
     openWindowModal(box);
 }
 
@@ -366,18 +366,23 @@ void WriteController::previewMetadata()
     if (!exiftoolIsUsable())
         return;
     const ImageProvider& provider = m_inputs.images();
-    ExifImages images = mapImages(provider, *m_inputs.source(), m_inputs.mappings());
+    const Preferences& preferences = *m_inputs.preferences;
+    ExifImages images =
+        mapImages(provider, *m_inputs.source(), m_inputs.mappings(),
+                  preferences.emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep);
     const QList<QUrl> unmatched = unmatchedImages(provider.images(), images);
-    const QString exiftool =
-        MetadataQueue::shared(m_inputs.preferences->writeMethod()).exiftoolLocation();
+    const QString exiftool = MetadataQueue::shared(preferences.writeMethod()).exiftoolLocation();
+    // With sidecars, the values now are the sidecars'.
+    const PreviewSource source{preferences.writeMethod() == MetadataQueue::WriteMethod::xmp,
+                               preferences.sidecarNaming()};
     const int parts = chunkCount(qsizetype(images.size()), m_inputs.preferences->writeJobs(),
                                  defaultParallelThreshold);
     setWorking(true, QStringLiteral("Reading what the write would change\u2026"));
     // The images were made for this preview alone; only the pool touches them.
     runOffMainThread(
         this,
-        [exiftool, images = std::move(images), unmatched, parts] {
-            return previewWrite(ExifTool(exiftool, {}), images, unmatched, parts);
+        [exiftool, images = std::move(images), unmatched, parts, source] {
+            return previewWrite(ExifTool(exiftool, {}), images, unmatched, parts, source);
         },
         [this](const std::expected<WritePreview, Error>& preview) {
             setWorking(false);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "writing/journalrestore.h"
 #include "writing/metadataqueue.h"
 
 #include "exif/fileoutcomes.h"
@@ -77,7 +78,7 @@ private:
                      int count);
     void watchQueue(MetadataQueue& queue);
     void showProgress(qsizetype done, qsizetype total);
-    void showRestored(const std::expected<FileOutcomes, Error>& restored);
+    void showRestored(const std::expected<UndoResult, Error>& restored);
     void updateButtons();
 
     Inputs m_inputs;

@@ -69,10 +69,9 @@ CSVFileView CSVParser::readFile()
 {
     auto lookup = makeLookup(m_headers);
     auto rows = std::make_shared<RowStorage>();
-    while (nextLine()) {
-        rows->texts.emplace_back(m_line.text().toString());
-        rows->ends.insert(rows->ends.end(), m_line.ends().begin(), m_line.ends().end());
-    }
+    while (nextLine())
+        rows->append(m_line.text(), m_line.ends());
+    rows->squeeze();
     rows->fieldCount = m_count.fields;
     return CSVFileView(m_headers, std::move(rows), std::move(lookup));
 }

@@ -8,9 +8,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -182,21 +180,11 @@ startChild(const QString& program, const QStringList& startup)
     const pid_t pid = ::fork();
     if (pid == 0) {
         // Only async-signal-safe calls until exec. exiftool doesn't leave
-        // when its input ends, so it is made to die with us however we
-        // end, and gets a process group of its own, out of reach of the
-        // Ctrl-C meant for us.
-        ::setpgid(0, 0);
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != parent)
-            ::_exit(127);
+        // when its input ends, so it is made to go with us however we end.
+        prepareChildProcess(parent);
         ::dup2(input[1], STDIN_FILENO);
         ::dup2(output[1], STDOUT_FILENO);
         ::dup2(errors[1], STDERR_FILENO);
-        sigset_t none;
-        sigemptyset(&none);
-        ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
-        for (const int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP})
-            ::signal(signal, SIG_DFL);
         ::execve(argv.front(), argv.data(), environ);
         const int code = errno;
         [[maybe_unused]] const auto told = ::write(execStatus[1], &code, sizeof code);

@@ -6,6 +6,7 @@
 #include "extensions/regularfile.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 #include <expected>
@@ -33,6 +34,10 @@ struct DecodedText {
 // is read in it, when ICU's detector is confident which one that is.
 std::expected<DecodedText, Error> decodeSpreadsheetText(const QByteArray& bytes,
                                                         const QString& fileName);
+
+// Whether `bytes` are UTF-8 throughout (a UTF-8 byte order mark included),
+// checked a piece at a time, so that a large file isn't decoded whole for it.
+bool isValidUtf8(QByteArrayView bytes);
 
 // The whole contents of a regular file.
 std::expected<QByteArray, Error> readFileBytes(const QString& path);

@@ -190,15 +190,21 @@ void Preferences::setWriteJobs(int jobs)
     setValue(writeJobsKey, std::max(jobs, 0));
 }
 
+bool Preferences::emptyCellsClear() const
+{
+    return value(emptyCellsClearKey).toBool();
+}
+
+void Preferences::setEmptyCellsClear(bool clear)
+{
+    setValue(emptyCellsClearKey, clear);
+}
+
 Preferences::Observed Preferences::observed() const
 {
-    return {includeBetaReleases(),
-            warnOnHeaderMismatch(),
-            presentDialogueOnSuccess(),
-            writeMethodValue(),
-            sidecarName(),
-            keepWriteJournal(),
-            writeJobs()};
+    return {includeBetaReleases(), warnOnHeaderMismatch(), presentDialogueOnSuccess(),
+            writeMethodValue(),    sidecarName(),          keepWriteJournal(),
+            writeJobs(),           emptyCellsClear()};
 }
 
 void Preferences::notifyChanges(const Observed& before)
@@ -218,6 +224,8 @@ void Preferences::notifyChanges(const Observed& before)
         emit keepWriteJournalChanged(now.keepWriteJournal);
     if (now.writeJobs != before.writeJobs)
         emit writeJobsChanged(now.writeJobs);
+    if (now.emptyCellsClear != before.emptyCellsClear)
+        emit emptyCellsClearChanged(now.emptyCellsClear);
 }
 
 } // namespace qb

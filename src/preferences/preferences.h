@@ -40,6 +40,8 @@ class Preferences : public QObject {
     Q_PROPERTY(bool keepWriteJournal READ keepWriteJournal WRITE setKeepWriteJournal NOTIFY
                    keepWriteJournalChanged)
     Q_PROPERTY(int writeJobs READ writeJobs WRITE setWriteJobs NOTIFY writeJobsChanged)
+    Q_PROPERTY(bool emptyCellsClear READ emptyCellsClear WRITE setEmptyCellsClear NOTIFY
+                   emptyCellsClearChanged)
 
 public:
     static inline const QString includeBetaReleasesKey = QStringLiteral("includeBetaReleases");
@@ -51,6 +53,7 @@ public:
     static inline const QString sidecarNameKey = QStringLiteral("sidecarName");
     static inline const QString keepWriteJournalKey = QStringLiteral("keepWriteJournal");
     static inline const QString writeJobsKey = QStringLiteral("writeJobs");
+    static inline const QString emptyCellsClearKey = QStringLiteral("emptyCellsClear");
 
     using Defaults = std::vector<std::pair<QString, QVariant>>;
     // What the application registers at launch, in this order.
@@ -101,6 +104,10 @@ public:
     // for anything negative stored, means one per core.
     int writeJobs() const;
     void setWriteJobs(int jobs);
+    // Whether an empty cell clears its tag; off, it leaves the tag as the
+    // file has it. Nothing is registered: unset, it is off.
+    bool emptyCellsClear() const;
+    void setEmptyCellsClear(bool clear);
 
     QSettings& settings() { return *m_settings; }
 
@@ -112,6 +119,7 @@ signals:
     void sidecarNameChanged(const QString& name);
     void keepWriteJournalChanged(bool keep);
     void writeJobsChanged(int jobs);
+    void emptyCellsClearChanged(bool clear);
 
 private:
     struct Observed {
@@ -122,6 +130,7 @@ private:
         QString sidecarName;
         bool keepWriteJournal;
         int writeJobs;
+        bool emptyCellsClear;
     };
     Observed observed() const;
     void notifyChanges(const Observed& before);

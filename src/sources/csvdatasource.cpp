@@ -3,7 +3,9 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <array>
+#include <utility>
 
 namespace qb {
 
@@ -36,6 +38,16 @@ Error undecodableAs(const QString& fileName, TextEncoding encoding)
         QStringLiteral("Name the encoding the file was saved in, or leave it out to have it "
                        "detected.");
     return error;
+}
+
+// The start of UTF-8 text, enough to hold its header line.
+QString utf8Head(const QByteArray& bytes)
+{
+    constexpr qsizetype headSize = qsizetype(1) << 20;
+    qsizetype size = std::min(bytes.size(), headSize);
+    while (size > 0 && size < bytes.size() && (static_cast<uchar>(bytes[size]) & 0xC0) == 0x80)
+        --size;
+    return QString::fromUtf8(bytes.constData(), size);
 }
 
 } // namespace
@@ -88,13 +100,19 @@ Error toError(const CSVLoadError& error)
 CSVReader::Configuration CSVDataSource::configurationFor(const QString& text,
                                                          FieldDelimiter delimiter)
 {
+    return configurationFor(text, text.contains(QStringLiteral("\r\n")), delimiter);
+}
+
+CSVReader::Configuration CSVDataSource::configurationFor(QStringView head, bool hasCrLf,
+                                                         FieldDelimiter delimiter)
+{
     CSVReader::Configuration configuration;
     configuration.headerStrategy = Strategy::Header::firstLine;
     const char16_t field = delimiter == FieldDelimiter::automatic
-                               ? detectFieldDelimiter(text)
+                               ? detectFieldDelimiter(head)
                                : delimiters[std::size_t(delimiter)].character;
     configuration.delimiters.field = Delimiter::Field(QStringView(&field, 1));
-    if (text.contains(QStringLiteral("\r\n")))
+    if (hasCrLf)
         configuration.delimiters.row = Delimiter::Row(u"\r\n");
     return configuration;
 }
@@ -116,41 +134,56 @@ std::expected<DecodedText, Error> CSVDataSource::decode(const QByteArray& bytes,
 std::expected<void, CSVLoadError> CSVDataSource::loadCSV(const QUrl& url)
 {
     const QString path = url.toLocalFile();
-    const auto bytes = readFileBytes(path);
+    auto view = readBytes(path);
+    if (!view)
+        return std::unexpected(view.error());
+    m_csvData = std::move(view->first);
+    m_detectedCodePage = view->second;
+    return {};
+}
+
+std::expected<std::pair<CSVReader::FileView, std::optional<CodePage>>, CSVLoadError>
+CSVDataSource::readBytes(const QString& path) const
+{
+    std::expected<QByteArray, Error> bytes = readFileBytes(path);
     if (!bytes)
         return std::unexpected(CSVLoadError(bytes.error()));
-    const auto decoded = decode(*bytes, QFileInfo(path).fileName());
+    // UTF-8, by far the most common, is parsed from the bytes themselves:
+    // a large file then never sits in memory as bytes and as text at once.
+    if (!m_encoding && isValidUtf8(*bytes)) {
+        CSVReader::Configuration configuration =
+            configurationFor(utf8Head(*bytes), bytes->contains("\r\n"), m_fieldDelimiter);
+        configuration.encoding = TextEncoding::utf8;
+        auto view = CSVReader::readFile(std::exchange(*bytes, {}), configuration);
+        if (!view)
+            return std::unexpected(CSVLoadError(view.error()));
+        return std::pair{std::move(*view), std::optional<CodePage>()};
+    }
+    auto decoded = decode(*bytes, QFileInfo(path).fileName());
     if (!decoded)
         return std::unexpected(CSVLoadError(decoded.error()));
+    *bytes = QByteArray();
     auto view =
         CSVReader::readFile(decoded->text, configurationFor(decoded->text, m_fieldDelimiter));
     if (!view)
         return std::unexpected(CSVLoadError(view.error()));
-    m_csvData = std::move(*view);
-    m_detectedCodePage = decoded->codePage;
-    return {};
+    return std::pair{std::move(*view), decoded->codePage};
 }
 
 void CSVDataSource::buildMetadata(const QString& keyColumn)
 {
     if (!m_csvData)
         return;
-    MetadataTable table;
-    const QStringList& headers = m_csvData->headers();
-    for (const CSVReader::Record record : m_csvData->records()) {
-        if (record.isEmpty())
-            continue;
-        const std::optional<QString> key = record.value(keyColumn);
-        if (!key)
-            continue;
-        MetadataRow row;
-        for (const QString& header : headers) {
-            if (std::optional<QString> field = record.value(header))
-                row.insert_or_assign(header, DynamicValue(*field));
-        }
-        table.insert_or_assign(*key, std::move(row)); // a later record replaces an earlier one
+    const std::optional<qsizetype> column = m_csvData->columnIndex(keyColumn);
+    if (!column) {
+        setMetadata({});
+        setDuplicateKeys({});
+        return;
     }
-    setMetadata(std::move(table));
+    auto rows = std::make_shared<CSVRows>(*m_csvData, *column);
+    // A later record replaces an earlier one, and is told.
+    setDuplicateKeys(rows->duplicateKeys());
+    setRows(std::move(rows));
 }
 
 QStringList CSVDataSource::keyNames() const

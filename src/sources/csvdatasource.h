@@ -68,8 +68,14 @@ public:
     // delimiter, and CR LF rows when the text has any CR LF at all.
     static CSVReader::Configuration
     configurationFor(const QString& text, FieldDelimiter delimiter = FieldDelimiter::comma);
+    // The same from the start of the text, which holds its first line,
+    // and whether the whole text has any CR LF.
+    static CSVReader::Configuration configurationFor(QStringView head, bool hasCrLf,
+                                                     FieldDelimiter delimiter);
 
 private:
+    std::expected<std::pair<CSVReader::FileView, std::optional<CodePage>>, CSVLoadError>
+    readBytes(const QString& path) const;
     std::expected<DecodedText, Error> decode(const QByteArray& bytes,
                                              const QString& fileName) const;
 

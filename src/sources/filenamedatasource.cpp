@@ -28,9 +28,26 @@ void mergeRow(MetadataRow& result, const MetadataRow& row)
     }
 }
 
-FileNameDataSource::FileNameDataSource(MetadataTable metadata)
-    : m_metadata(std::move(metadata))
+FileNameDataSource::FileNameDataSource()
+    : m_rows(std::make_shared<TableRows>(MetadataTable()))
 {
+}
+
+FileNameDataSource::FileNameDataSource(MetadataTable metadata)
+    : m_rows(std::make_shared<TableRows>(std::move(metadata)))
+{
+}
+
+void FileNameDataSource::setMetadata(MetadataTable metadata)
+{
+    m_rows = std::make_shared<TableRows>(std::move(metadata));
+}
+
+std::optional<MetadataRow> FileNameDataSource::row(const QString& key) const
+{
+    if (const auto index = m_rows->find(key))
+        return m_rows->row(*index);
+    return std::nullopt;
 }
 
 bool FileNameDataSource::imageMatchesKey(const QUrl& url, const QString& key) const
@@ -41,9 +58,10 @@ bool FileNameDataSource::imageMatchesKey(const QUrl& url, const QString& key) co
 MetadataRow FileNameDataSource::metadataForImage(const QUrl& url) const
 {
     MetadataRow result;
-    for (const auto& [key, row] : m_metadata) {
-        if (imageMatchesKey(url, key))
-            mergeRow(result, row);
+    const QString name = canonical(imageName(url));
+    for (qsizetype i = 0; i < m_rows->size(); ++i) {
+        if (nameMatchesKey(name, m_rows->key(i).toString(), m_matchingStyle))
+            mergeRow(result, m_rows->row(i));
     }
     return result;
 }
@@ -61,15 +79,12 @@ QList<QUrl> FileNameDataSource::imagesMatchingKey(const QString& key, const QLis
 std::map<QString, QList<QUrl>> FileNameDataSource::imagesByKey(const QList<QUrl>& urls) const
 {
     std::map<QString, QList<QUrl>> result;
-    QStringList tableKeys;
-    for (const auto& entry : m_metadata) {
-        tableKeys << entry.first;
-        result[entry.first];
-    }
-    const KeyMatcher matcher(tableKeys, m_matchingStyle);
-    for (const QUrl& url : urls) {
-        for (int position : matcher.matchingKeys(canonical(imageName(url))))
-            result[tableKeys[position]] << url;
+    for (qsizetype i = 0; i < m_rows->size(); ++i)
+        result.emplace_hint(result.end(), m_rows->key(i).toString(), QList<QUrl>());
+    const std::vector<std::vector<qsizetype>> matching = matchingRows(urls);
+    for (qsizetype image = 0; image < urls.size(); ++image) {
+        for (const qsizetype position : matching[std::size_t(image)])
+            result[m_rows->key(position).toString()] << urls[image];
     }
     return result;
 }
@@ -77,8 +92,8 @@ std::map<QString, QList<QUrl>> FileNameDataSource::imagesByKey(const QList<QUrl>
 QStringList FileNameDataSource::keyNames() const
 {
     std::set<QString> names;
-    for (const auto& entry : m_metadata) {
-        for (const auto& field : entry.second)
+    for (qsizetype i = 0; i < m_rows->size(); ++i) {
+        for (const auto& field : m_rows->row(i))
             names.insert(field.first);
     }
     QStringList sorted(names.begin(), names.end());
@@ -89,27 +104,54 @@ QStringList FileNameDataSource::keyNames() const
 QStringList FileNameDataSource::keys() const
 {
     QStringList sorted;
-    for (const auto& entry : m_metadata)
-        sorted << entry.first;
+    sorted.reserve(m_rows->size());
+    for (qsizetype i = 0; i < m_rows->size(); ++i)
+        sorted << m_rows->key(i).toString();
     sortPlain(sorted);
     return sorted;
 }
 
+std::vector<std::vector<qsizetype>> FileNameDataSource::matchingRows(const QList<QUrl>& urls) const
+{
+    std::vector<std::vector<qsizetype>> matching(std::size_t(urls.size()));
+    QStringList names;
+    names.reserve(urls.size());
+    for (const QUrl& url : urls)
+        names << canonical(imageName(url));
+    // A handful of images against a large table: one pass over the keys
+    // costs less than indexing them. Patterns are compiled once each by
+    // the index, so they always take it.
+    constexpr qsizetype fewImages = 8;
+    if (urls.size() <= fewImages && m_matchingStyle != MatchingStyle::regex) {
+        for (qsizetype i = 0; i < m_rows->size(); ++i) {
+            const QString key = m_rows->key(i).toString();
+            for (qsizetype image = 0; image < names.size(); ++image) {
+                if (nameMatchesKey(names[image], key, m_matchingStyle))
+                    matching[std::size_t(image)].push_back(i);
+            }
+        }
+        return matching;
+    }
+    QStringList tableKeys;
+    tableKeys.reserve(m_rows->size());
+    for (qsizetype i = 0; i < m_rows->size(); ++i)
+        tableKeys << m_rows->key(i).toString();
+    const KeyMatcher matcher(tableKeys, m_matchingStyle);
+    for (qsizetype image = 0; image < names.size(); ++image) {
+        for (const int position : matcher.matchingKeys(names[image]))
+            matching[std::size_t(image)].push_back(position);
+    }
+    return matching;
+}
+
 std::vector<MetadataRow> FileNameDataSource::metadataForImages(const QList<QUrl>& urls) const
 {
-    QStringList tableKeys;
-    std::vector<const MetadataRow*> tableRows;
-    for (const auto& [key, row] : m_metadata) {
-        tableKeys << key;
-        tableRows.push_back(&row);
-    }
-    const KeyMatcher matcher(tableKeys, m_matchingStyle);
     std::vector<MetadataRow> rows;
     rows.reserve(urls.size());
-    for (const QUrl& url : urls) {
+    for (const std::vector<qsizetype>& positions : matchingRows(urls)) {
         MetadataRow merged;
-        for (int position : matcher.matchingKeys(canonical(imageName(url))))
-            mergeRow(merged, *tableRows[position]);
+        for (const qsizetype position : positions)
+            mergeRow(merged, m_rows->row(position));
         rows.push_back(std::move(merged));
     }
     return rows;

@@ -4,7 +4,7 @@
 #include "extensions/plainorder.h"
 #include "extensions/regex.h"
 
-#include <QHash>
+#include <QSet>
 
 namespace qb {
 
@@ -30,34 +30,48 @@ MatchFindings MatchFindings::find(const FileNameDataSource& source, const QList<
 {
     MatchFindings findings;
     findings.m_style = source.matchingStyle();
+    findings.m_duplicateKeys = source.duplicateKeys();
     if (images.isEmpty())
         return findings;
     // A key pattern that runs out of time is told once, here or in the
     // mapping of the same run.
     const RegexTimeouts run;
-    QHash<QUrl, QStringList> keysByImage;
-    for (const auto& [key, matching] : source.imagesByKey(images)) {
-        if (key.isEmpty()) {
-            findings.m_emptyKeyMatchesAll = matching.size() == images.size();
-            continue; // told on its own line, not with each image
+    const KeyedRows& rows = source.rows();
+    const std::optional<qsizetype> emptyKey = rows.find(u"");
+    const std::vector<std::vector<qsizetype>> matching = source.matchingRows(images);
+    qsizetype matchedByEmptyKey = 0;
+    QSet<QUrl> told;
+    for (qsizetype image = 0; image < images.size(); ++image) {
+        QStringList keys;
+        for (const qsizetype position : matching[std::size_t(image)]) {
+            if (position == emptyKey)
+                ++matchedByEmptyKey; // told on its own line, not with each image
+            else
+                keys << rows.key(position).toString();
         }
-        for (const QUrl& image : matching)
-            keysByImage[image] << key;
-    }
-    for (const QUrl& image : images) {
-        QStringList keys = keysByImage.value(image);
-        if (keys.size() < 2)
+        // An image given twice is told once.
+        if (keys.size() < 2 || told.contains(images[image]))
             continue;
+        told.insert(images[image]);
         sortPlain(keys);
-        findings.m_overlaps.push_back({image, keys});
-        keysByImage.remove(image); // an image given twice is told once
+        findings.m_overlaps.push_back({images[image], keys});
     }
+    findings.m_emptyKeyMatchesAll = emptyKey && matchedByEmptyKey == images.size();
     return findings;
 }
 
 QStringList MatchFindings::lines() const
 {
     QStringList lines;
+    const qsizetype duplicates = std::min<qsizetype>(m_duplicateKeys.size(), lineLimit);
+    for (qsizetype i = 0; i < duplicates; ++i)
+        lines << QStringLiteral("Several rows of the data have the key \u201c%1\u201d: the last "
+                                "of them stands.")
+                     .arg(m_duplicateKeys[i]);
+    if (const qsizetype rest = m_duplicateKeys.size() - duplicates; rest > 0)
+        lines << QStringLiteral("\u2026 and %1 more %2 several rows have.")
+                     .arg(rest)
+                     .arg(rest == 1 ? QStringLiteral("key") : QStringLiteral("keys"));
     if (m_emptyKeyMatchesAll)
         lines << QStringLiteral("A row with an empty key matches every image under \u201c%1\u201d: "
                                 "its values go to every image, also to those without a row of "
@@ -85,6 +99,11 @@ Error MatchFindings::strictError() const
     error.code = 1;
     error.errorDescription = QStringLiteral("Rows tie to the images in more than one way.");
     QStringList reasons;
+    if (!m_duplicateKeys.isEmpty())
+        reasons << QStringLiteral("%1 %2 of the data stand on more than one row.")
+                       .arg(m_duplicateKeys.size())
+                       .arg(m_duplicateKeys.size() == 1 ? QStringLiteral("key")
+                                                        : QStringLiteral("keys"));
     if (m_emptyKeyMatchesAll)
         reasons << QStringLiteral("A row with an empty key matches every image.");
     if (!m_overlaps.empty())

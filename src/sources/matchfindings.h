@@ -35,10 +35,16 @@ public:
 
     const std::vector<Overlap>& overlaps() const { return m_overlaps; }
     bool emptyKeyMatchesAll() const { return m_emptyKeyMatchesAll; }
-    bool isEmpty() const { return m_overlaps.empty() && !m_emptyKeyMatchesAll; }
+    // Keys that several rows of the data have; the last row stands.
+    const QStringList& duplicateKeys() const { return m_duplicateKeys; }
+    bool isEmpty() const
+    {
+        return m_overlaps.empty() && !m_emptyKeyMatchesAll && m_duplicateKeys.isEmpty();
+    }
 
-    // One line for the empty key and one for each image, up to the limit;
-    // then one that counts the rest.
+    // One line for each key several rows have, one for the empty key, and
+    // one for each image, each kind up to the limit; then one that counts
+    // the rest.
     QStringList lines() const;
     // Why a run that may not be ambiguous stops.
     Error strictError() const;
@@ -46,6 +52,7 @@ public:
 private:
     std::vector<Overlap> m_overlaps;
     bool m_emptyKeyMatchesAll = false;
+    QStringList m_duplicateKeys;
     FileNameDataSource::MatchingStyle m_style = FileNameDataSource::MatchingStyle::prefix;
 };
 

@@ -42,15 +42,13 @@ bool isImageOrAudiovisual(const QFileInfo& file)
 namespace {
 
 // Walks a folder by the bytes of its entries' names, which a QDirIterator
-// would give only as text, losing those that aren't UTF-8. Answers false
-// when the walk is to end.
-bool walk(const QByteArray& folder, bool recursive, QStringList& paths, QStringList& leftOut)
+// would give only as text, losing those that aren't UTF-8.
+void walk(const QByteArray& folder, bool recursive, QStringList& paths, QStringList& leftOut)
 {
     DIR* dir = ::opendir(folder.constData());
     if (!dir)
-        return true;
+        return; // gone, or not ours to read: the rest of the search goes on
     std::vector<QByteArray> subfolders;
-    bool goOn = true;
     while (const dirent* entry = ::readdir(dir)) {
         const QByteArray name(entry->d_name);
         if (name == "." || name == "..")
@@ -62,13 +60,11 @@ bool walk(const QByteArray& folder, bool recursive, QStringList& paths, QStringL
             continue;
         }
         const QFileInfo info(QFile::decodeName(path));
-        // An entry whose kind can't be read any more (it went away during
-        // the walk) ends the search; the rest isn't visited. Kept on
-        // purpose: the walk has always stopped there, not skipped.
-        if (!info.exists() && !info.isSymLink()) {
-            goOn = false;
-            break;
-        }
+        // An entry whose kind can't be read any more went away while the
+        // folder was read, as a sync tool's temporary files do: it is
+        // skipped, and the rest of the folder is still searched.
+        if (!info.exists() && !info.isSymLink())
+            continue;
         // Symbolic links to folders aren't followed, so that a link loop
         // can't make the walk endless.
         if (info.isDir() && !info.isSymLink())
@@ -77,12 +73,10 @@ bool walk(const QByteArray& folder, bool recursive, QStringList& paths, QStringL
             paths << info.filePath();
     }
     ::closedir(dir);
-    for (const QByteArray& subfolder : subfolders) {
-        if (!goOn || !recursive)
-            break;
-        goOn = walk(subfolder, recursive, paths, leftOut);
-    }
-    return goOn;
+    if (!recursive)
+        return;
+    for (const QByteArray& subfolder : subfolders)
+        walk(subfolder, recursive, paths, leftOut);
 }
 
 } // namespace

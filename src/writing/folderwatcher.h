@@ -8,47 +8,53 @@
 
 #include <chrono>
 #include <expected>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <set>
+#include <vector>
 
 class QSocketNotifier;
 
 namespace qb {
 
-// Tells of each image that lands in a folder, once it is complete, for
+// Tells of each capture that lands in a folder, once it is whole, for
 // metadata to be written to it during a tethered shoot.
 //
-// On a local file system it listens to the kernel: a file counts once its
-// writer has closed it (or it was moved in) and its size and time then stay
-// the same for the settle time. A file that appears without being written
-// under its name (a hard link, as Qt's copy makes) counts once it has stayed
-// the same for the longer settle time of an open file. Change notices don't cross network mounts
-// (NFS, SMB, sshfs), so there, or when asked to, it polls, and a file counts
-// once two polls in a row find it the same.
+// A capture counts only once no process holds it open for writing (see
+// filesOpenForWriting), and never while it is empty. On a local file system
+// the kernel's notices say when to look: a writer closed the file, or it
+// was moved or linked in; a file linked in while still open (as Qt's copy
+// does) is looked at again until its writer lets go. Change notices don't
+// cross network mounts (NFS, SMB, sshfs), so there, or when asked to, it
+// polls, and a file counts once its size and time have stayed the same for
+// the settle time and, as far as this machine can see, no one writes it. A
+// writer on another machine that pauses longer than that can't be seen.
 //
-// Files already there when it starts are not arrivals. Names that are no
+// A rewrite is no capture. The captures it has told of, and the files there
+// when it started, are known by name and by identity: nothing done to a
+// known name counts again (exiftool's rename, another program's write, a
+// second watcher's), nor does a known file that is moved or renamed. Only
+// a file that was removed and then arrives again counts. Names that are no
 // images, sidecars, hidden files and the temporary files of exiftool and of
-// tethering and download programs are passed over. Each arrival is told
-// once: until finished() is called for it, nothing about that file counts,
-// and its state then (after exiftool has rewritten it) is what a later
-// change is measured against. Lives on one thread, which runs an event loop.
+// tethering and download programs are passed over; a capture whose name
+// isn't UTF-8 is told of as left out. Lives on one thread, which runs an
+// event loop.
 class FolderWatcher : public QObject {
     Q_OBJECT
 
 public:
     using Milliseconds = std::chrono::milliseconds;
     static constexpr Milliseconds defaultPollInterval{2000};
+    static constexpr Milliseconds defaultSettle{3000};
 
     struct Options {
         bool recursive = false;
         // Poll at this interval even where change notices arrive.
         std::optional<Milliseconds> poll;
-        // How long a closed file must keep its size and time.
-        Milliseconds settle{15};
-        // The same for a file no writer has been seen to close.
-        Milliseconds openSettle{2000};
+        // When polling, how long a file must keep its size and time.
+        Milliseconds settle = defaultSettle;
     };
 
     FolderWatcher(QString folder, Options options, QObject* parent = nullptr);
@@ -59,8 +65,12 @@ public:
     bool isPolling() const { return m_polling; }
     Milliseconds pollInterval() const { return m_options.poll.value_or(defaultPollInterval); }
 
-    // The arrival at `path` has been dealt with.
+    // The arrival at `path` has been dealt with: its state now (after
+    // exiftool has rewritten it) is its known state.
     void finished(const QString& path);
+    // The arrival at `path` turned out not to be whole (its writer took it
+    // up again before it was written): it waits again.
+    void notWholeYet(const QString& path);
 
     // Whether a file of this name may be an arrival at all.
     static bool isCandidateName(const QString& fileName);
@@ -68,8 +78,13 @@ public:
     static bool isNetworkFileSystem(const QString& path);
 
 signals:
-    // A complete new or replaced image; absolute path.
+    // A whole new capture; absolute path.
     void arrived(const QString& path);
+    // A capture whose name isn't UTF-8, with each such byte as \xHH; told
+    // once for each name.
+    void leftOut(const QString& readablePath);
+    // The watched folder was removed or moved away; nothing arrives after.
+    void folderGone(const QString& reason);
 
 private:
     struct State {
@@ -81,29 +96,50 @@ private:
     struct Pending {
         State state;
         QElapsedTimer unchanged;
-        bool closed = false;
     };
 
     static std::optional<State> stateOf(const QString& path);
-    void takeStock(const QString& folder, bool arrivals);
+    // Each file under `folder` that may be a capture, by path; subfolders
+    // are watched on the way when notices arrive.
+    void walkCandidates(const QByteArray& folder,
+                        const std::function<void(const QString&)>& candidate);
+    void takeStock(const QByteArray& folder, bool arrivals);
     void watchFolder(const QString& folder);
     void readNotices();
-    void consider(const QString& path, bool closed);
+    void notice(int watch, quint32 mask, const QByteArray& name);
+    void fileNotice(const QString& path, quint32 mask);
+    // A file that may be a capture: its name and state are looked at, and it
+    // waits until it is whole.
+    void consider(const QString& path);
+    void forgetUnder(const QString& folder, bool departed);
+    bool isNamedRightly(const QByteArray& path);
     void checkPending();
     void poll();
+    bool folderStillThere();
+    void gone(const QString& reason);
     void announce(const QString& path, const State& state);
 
     QString m_folder;
     Options m_options;
     bool m_polling = false;
+    bool m_started = false; // stock is taken
+    bool m_gone = false;
     int m_notices = -1;
+    int m_rootWatch = -1;
+    std::pair<qint64, qint64> m_folderIdentity; // device and inode
     std::unique_ptr<QSocketNotifier> m_noticeReader;
     std::map<int, QString> m_watchedFolders;
-    // Each file's state when it was last taken stock of or written.
+    // Each known file's state when it was last seen or written.
     std::map<QString, State> m_known;
+    // Known files moved away, by inode, so that one that comes back under
+    // another name is still known.
+    std::map<qint64, State> m_departed;
     std::map<QString, Pending> m_pending;
     std::set<QString> m_busy;
-    QTimer m_settleTimer;
+    std::set<QByteArray> m_leftOut;
+    // Looks at the waiting files again: those still held open for writing,
+    // and, when polling, those whose settle time is up.
+    QTimer m_recheckTimer;
     QTimer m_pollTimer;
 };
 

@@ -304,9 +304,9 @@ void MetadataQueue::createTimer()
 }
 
 void MetadataQueue::addImages(const ImageProvider& provider, const MetadataSource& source,
-                              std::vector<MetadataMapping> mappings)
+                              std::vector<MetadataMapping> mappings, EmptyCells emptyCells)
 {
-    enqueue(mapImages(provider, source, mappings));
+    enqueue(mapImages(provider, source, mappings, emptyCells));
 }
 
 void MetadataQueue::addImages(const ShotlistCoordinator& coordinator,
@@ -376,6 +376,18 @@ std::optional<QString> MetadataQueue::journalDirectoryChoice() const
 {
     const QMutexLocker locker(&m_settingsMutex);
     return m_journalDirectory;
+}
+
+void MetadataQueue::setSessionJournal(std::shared_ptr<SessionJournal> journal)
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    m_sessionJournal = std::move(journal);
+}
+
+std::shared_ptr<SessionJournal> MetadataQueue::sessionJournal() const
+{
+    const QMutexLocker locker(&m_settingsMutex);
+    return m_sessionJournal;
 }
 
 } // namespace qb

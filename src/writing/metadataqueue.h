@@ -29,6 +29,7 @@
 
 namespace qb {
 
+class SessionJournal;
 class ShotlistCoordinator;
 
 // Collects mapped images keyed by file location and writes them in one
@@ -104,6 +105,9 @@ public:
     // Where each write first keeps a journal of the values it replaces;
     // none is kept when there is no folder, as for a new queue.
     void setJournalDirectory(std::optional<QString> directory);
+    // One journal that every write adds its files to, in place of a journal
+    // per write, as watch keeps for a session; null, the default, for none.
+    void setSessionJournal(std::shared_ptr<SessionJournal> journal);
     // How many exiftool processes a batch at or above the threshold is split
     // across, one chunk each; 0, the default, means one per core.
     void setWriteJobs(int jobs);
@@ -118,7 +122,7 @@ public:
     void setLongLivedExiftool(std::shared_ptr<ProcessRunner> runner);
 
     void addImages(const ImageProvider& provider, const MetadataSource& source,
-                   std::vector<MetadataMapping> mappings);
+                   std::vector<MetadataMapping> mappings, EmptyCells emptyCells = EmptyCells::keep);
     // The same with the coordinator's data source and image provider.
     void addImages(const ShotlistCoordinator& coordinator, std::vector<MetadataMapping> mappings);
     void enqueue(const ExifImages& images);
@@ -152,12 +156,14 @@ private:
                      const Continuation& continuation);
     void finishWrite(const WriteResult& result, const WriteReport& report, const QDateTime& start,
                      const ImageMap& batch, const Completion& completion);
-    std::expected<void, Error> checkBeforeWriting(const ImageMap& batch) const;
+    std::expected<void, Error> checkBeforeWriting(const ImageMap& batch, bool sidecars) const;
+    std::shared_ptr<const WritableTags> writableTags() const;
     // A writer over the long-lived exiftool, set up as `base`; null without one.
     std::unique_ptr<MetadataManager> longLivedWriter(const MetadataManager& base) const;
     void takeWritten(const ImageMap& batch);
     void announceWaiting();
     std::optional<QString> journalDirectoryChoice() const;
+    std::shared_ptr<SessionJournal> sessionJournal() const;
 
     WriteMethod m_writeMethod;
     double m_timerBuffer;
@@ -179,6 +185,7 @@ private:
     QString m_writerLockPath = WriterLock::defaultPath();
     WritableTagsCache* m_writableTags = &WritableTagsCache::shared();
     std::optional<QString> m_journalDirectory;
+    std::shared_ptr<SessionJournal> m_sessionJournal;
     int m_writeJobs = 0;
     int m_parallelThreshold;
     std::shared_ptr<ProcessRunner> m_longLivedExiftool;

@@ -3,9 +3,12 @@
 // main thread.
 #include "metadataqueue.h"
 
+#include "writing/iptcrecoding.h"
 #include "writing/parallelwrite.h"
+#include "writing/privatefolder.h"
+#include "writing/sessionjournal.h"
 #include "writing/writechecks.h"
-#include "writing/writejournal.h"
+#include "writing/writefiles.h"
 #include "writing/writepreview.h"
 #include "writing/writeprogress.h"
 
@@ -16,8 +19,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
-#include <QTemporaryDir>
+#include <QSet>
 
 namespace qb {
 
@@ -61,57 +65,24 @@ Error privateFolderError(const QString& reason)
     return error;
 }
 
-// The files a write is about to change, as they stand before it, so that
-// after an interrupted run those it got to can be counted: exiftool puts a
-// new file in the place of each one it writes.
-class WriteTargets {
-public:
-    explicit WriteTargets(const MetadataQueue::ImageMap& batch)
-    {
-        for (const auto& entry : batch) {
-            const QString path = entry.second->url().value_or(entry.first).toLocalFile();
-            m_files.push_back({path, FileStamp::of(path)});
-        }
+Error someFilesFailed(const OutcomeCounts& counts, const FileOutcomes& outcomes)
+{
+    Error error;
+    error.domain = writeErrorDomain;
+    error.code = 3;
+    const int total = counts.written + counts.unchanged + counts.failed + counts.notWritten;
+    error.errorDescription = QStringLiteral("%1 of %2 files failed.").arg(counts.failed).arg(total);
+    QStringList reasons;
+    for (const FileOutcome& outcome : outcomes) {
+        if (outcome.kind == FileOutcomeKind::failed)
+            reasons << QStringLiteral("%1: %2").arg(QFileInfo(outcome.path).fileName(),
+                                                    outcome.message);
     }
-
-    // The path of each file, and whether it has changed, in batch order.
-    const QString& path(std::size_t index) const { return m_files[index].path; }
-    bool changed(std::size_t index) const
-    {
-        return FileStamp::of(m_files[index].path) != m_files[index].before;
-    }
-    QStringList paths() const
-    {
-        QStringList result;
-        for (const File& file : m_files)
-            result << file.path;
-        return result;
-    }
-
-    qsizetype changedCount() const
-    {
-        return std::ranges::count_if(
-            m_files, [](const File& file) { return FileStamp::of(file.path) != file.before; });
-    }
-
-    // Each file's stamp from before the write, in batch order.
-    std::vector<FileStamp> stampsBefore() const
-    {
-        std::vector<FileStamp> stamps;
-        stamps.reserve(m_files.size());
-        for (const File& file : m_files)
-            stamps.push_back(file.before);
-        return stamps;
-    }
-
-private:
-    struct File {
-        QString path;
-        FileStamp before;
-    };
-
-    std::vector<File> m_files;
-};
+    error.failureReason = cappedLines(reasons.join(QLatin1Char('\n')), 5);
+    error.userInfo.insert(QStringLiteral("failed"), counts.failed);
+    error.userInfo.insert(QStringLiteral("total"), total);
+    return error;
+}
 
 ExifImages imagesOf(const MetadataQueue::ImageMap& batch)
 {
@@ -122,26 +93,78 @@ ExifImages imagesOf(const MetadataQueue::ImageMap& batch)
     return images;
 }
 
-// Each image's outcome, from exiftool's lines about it or its file (the
-// sidecar for XMP) and whether that changed on disk.
-FileOutcomes outcomesOf(const MetadataQueue::ImageMap& batch, const WriteTargets& targets,
-                        const QString& standardError)
+ExifImages imagesOf(const std::vector<WriteFile*>& files)
 {
-    QStringList images;
-    QHash<QString, QString> imageOfTarget;
-    std::size_t index = 0;
-    for (const auto& entry : batch) {
-        images << entry.first.toLocalFile();
-        imageOfTarget.insert(targets.path(index++), images.last());
+    ExifImages images;
+    images.reserve(files.size());
+    for (const WriteFile* file : files)
+        images.push_back(file->image);
+    return images;
+}
+
+QStringList targetsOf(const std::vector<WriteFile>& files)
+{
+    QStringList paths;
+    for (const WriteFile& file : files)
+        paths << file.target;
+    return paths;
+}
+
+qsizetype changedCount(const std::vector<WriteFile>& files)
+{
+    return std::ranges::count_if(
+        files, [](const WriteFile& file) { return FileStamp::of(file.target) != file.before; });
+}
+
+// The runs of exiftool a plan makes: its files that can be replaced, in as
+// many chunks as the jobs allow, and those written in place apart, since
+// exiftool takes that choice for a whole run.
+struct WriteRuns {
+    std::vector<std::vector<WriteFile*>> files;
+    std::vector<bool> inPlace;
+
+    WriteRuns(std::vector<WriteFile>& planned, int jobs, int threshold)
+    {
+        for (const bool inPlaceGroup : {false, true}) {
+            std::vector<WriteFile*> group;
+            for (WriteFile& file : planned) {
+                if (file.inPlace == inPlaceGroup)
+                    group.push_back(&file);
+            }
+            if (group.empty())
+                continue;
+            const int chunks = chunkCount(qsizetype(group.size()), jobs, threshold);
+            const auto size = qsizetype(group.size());
+            auto from = group.begin();
+            for (int i = 0; i < chunks; ++i) {
+                // The first `size % chunks` runs take one file more, as
+                // splitIntoChunks deals them.
+                const auto to = from + size / chunks + (i < size % chunks ? 1 : 0);
+                files.emplace_back(from, to);
+                inPlace.push_back(inPlaceGroup);
+                from = to;
+            }
+        }
     }
-    std::vector<FileMessage> messages = fileMessages(standardError, images + targets.paths());
-    for (FileMessage& message : messages)
-        message.path = imageOfTarget.value(message.path, message.path);
-    QHash<QString, std::size_t> indexOf;
-    for (std::size_t i = 0; i < std::size_t(images.size()); ++i)
-        indexOf.insert(images[qsizetype(i)], i);
-    return fileOutcomes(images, messages,
-                        [&](const QString& path) { return targets.changed(indexOf.value(path)); });
+
+    std::vector<ExifImages> images() const
+    {
+        std::vector<ExifImages> result;
+        for (const auto& run : files)
+            result.push_back(imagesOf(run));
+        return result;
+    }
+};
+
+// The outcomes of every file in batch order, those left out included.
+FileOutcomes batchOrder(const MetadataQueue::ImageMap& batch, FileOutcomes outcomes)
+{
+    QHash<QString, qsizetype> index;
+    for (const auto& entry : batch)
+        index.insert(entry.first.toLocalFile(), index.size());
+    std::ranges::stable_sort(
+        outcomes, {}, [&index](const FileOutcome& outcome) { return index.value(outcome.path); });
+    return outcomes;
 }
 
 } // namespace
@@ -192,7 +215,7 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         continuation(interrupted, {});
         return;
     }
-    if (auto checked = checkBeforeWriting(batch); !checked) {
+    if (auto checked = checkBeforeWriting(batch, sidecars); !checked) {
         continuation(std::unexpected(checked.error()), {});
         return;
     }
@@ -212,29 +235,31 @@ void MetadataQueue::writeWithExifTool(bool sidecars, const ImageMap& batch,
         continuation(interrupted, {});
         return;
     }
-    // A fresh folder of our own for each write (mode 0700, a name no one
-    // could have put there first), removed when the write ends, however it
-    // ends: the values are the client's and don't stay behind.
-    const QTemporaryDir folder(QDir::tempPath() + QStringLiteral("/quillbrook-XXXXXX"));
-    if (!folder.isValid()) {
-        continuation(std::unexpected(privateFolderError(folder.errorString())), {});
+    // The values are the client's and don't stay behind: the folder goes
+    // when the write ends, or at the next start after a kill.
+    const auto folder = makePrivateFolder();
+    if (!folder->isValid()) {
+        continuation(std::unexpected(privateFolderError(folder->errorString())), {});
         return;
     }
-    runExiftool(sidecars, batch, folder.path(), continuation);
+    runExiftool(sidecars, batch, folder->path(), continuation);
 }
 
-std::expected<void, Error> MetadataQueue::checkBeforeWriting(const ImageMap& batch) const
+std::shared_ptr<const WritableTags> MetadataQueue::writableTags() const
 {
-    WritableTagsCache* writableTags = nullptr;
+    WritableTagsCache* cache = nullptr;
     {
         const QMutexLocker locker(&m_settingsMutex);
-        writableTags = m_writableTags;
+        cache = m_writableTags;
     }
+    return cache ? cache->tagsOf(exiftoolLocation(), m_exifWriter->exiftool().config()) : nullptr;
+}
+
+std::expected<void, Error> MetadataQueue::checkBeforeWriting(const ImageMap& batch,
+                                                             bool sidecars) const
+{
     // The command line has checked already; this holds for every front end.
-    const auto writable =
-        writableTags ? writableTags->tagsOf(exiftoolLocation(), m_exifWriter->exiftool().config())
-                     : nullptr;
-    return checkBatch(imagesOf(batch), writable.get());
+    return checkBatch(imagesOf(batch), writableTags().get(), sidecars);
 }
 
 void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QString& folder,
@@ -245,53 +270,102 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     exiftool.setExiftoolLocation(exiftoolLocation());
     exiftool.setArgumentFileFolder(folder);
     m_exifWriter->setSidecarNaming(sidecarNaming());
-    const int chunks = chunkCount(qsizetype(batch.size()), writeJobs(), parallelThreshold());
+    // The file system's own clock, which stamps the temporary files.
+    WritePlan plan = planWrite(batch, sidecars, sidecarNaming(), QDateTime::currentDateTime());
+    WriteReport report;
+    for (const WriteFile& file : plan.files) {
+        if (!file.note.isEmpty())
+            report.notes << file.note;
+    }
+    if (plan.files.empty()) {
+        report.outcomes = batchOrder(batch, plan.leftOut);
+        continuation(QStringLiteral("Nothing was written."), report);
+        return;
+    }
+    std::vector<WriteFile*> all;
+    for (WriteFile& file : plan.files)
+        all.push_back(&file);
+    if (!sidecars) {
+        if (auto recoded = recodeLatinIptc(exiftool, all, writableTags().get()); !recoded) {
+            continuation(std::unexpected(isInterrupted()
+                                             ? interruptedError(0, qsizetype(batch.size()))
+                                             : recoded.error()),
+                         report);
+            return;
+        }
+    }
+    WriteRuns runs(plan.files, writeJobs(), parallelThreshold());
     std::optional<ParallelWrite> parallel;
     std::unique_ptr<MetadataManager> longLived;
     const QString file = folder + QStringLiteral("/QuillbrookMetadata.json");
-    if (chunks > 1) {
+    if (runs.files.size() > 1) {
         parallel.emplace(exiftool, m_exifWriter->verbose(), sidecarNaming());
-        if (auto prepared =
-                parallel->prepare(splitIntoChunks(imagesOf(batch), chunks), sidecars, folder);
+        if (auto prepared = parallel->prepare(runs.images(), sidecars, folder, runs.inPlace);
             !prepared) {
-            continuation(std::unexpected(prepared.error()), {});
+            continuation(std::unexpected(prepared.error()), report);
             return;
         }
     } else {
         longLived = longLivedWriter(*m_exifWriter);
         MetadataManager& writer = longLived ? *longLived : *m_exifWriter;
         writer.clear();
-        writer.addImages(imagesOf(batch));
+        writer.setWriteInPlace(runs.inPlace.front());
+        writer.addImages(imagesOf(all));
         if (auto written = writer.writeJSON(file, sidecars); !written) {
-            continuation(std::unexpected(written.error()), {});
+            continuation(std::unexpected(written.error()), report);
             return;
         }
     }
-    // Taken now, when each image's SourceFile names the file to be written.
-    const WriteTargets targets(batch);
-    // One journal for the whole batch, however many exiftools share it.
+    // One journal for the whole batch, however many exiftools share it,
+    // read through the long-lived exiftool where there is one. Files left
+    // out of the write are left out of it too.
     QString journal;
-    if (const auto directory = journalDirectoryChoice()) {
-        const auto kept = keepJournal(exiftool, targets.paths(), destinationTags(imagesOf(batch)),
-                                      caseName(m_writeMethod), m_clock(), *directory, chunks);
+    const auto session = sessionJournal();
+    if (const auto directory = journalDirectoryChoice(); directory || session) {
+        std::vector<JournalTarget> files;
+        for (const WriteFile& planned : plan.files)
+            files.push_back(JournalTarget::of(*planned.image, planned.imagePath, planned.target));
+        const ExifTool& reader = longLived ? longLived->exiftool() : exiftool;
+        const int parts = int(runs.files.size());
+        const auto kept = session ? session->add(reader, files, parts)
+                                  : keepJournal(reader, files, caseName(m_writeMethod), m_clock(),
+                                                *directory, parts);
         if (!kept) {
-            continuation(std::unexpected(kept.error()), {});
+            continuation(std::unexpected(isInterrupted()
+                                             ? interruptedError(0, qsizetype(batch.size()))
+                                             : kept.error()),
+                         report);
             return;
         }
         journal = *kept;
     }
+    std::vector<FileStamp> before;
+    for (const WriteFile& planned : plan.files)
+        before.push_back(planned.before);
     std::optional<WriteProgress> progress;
-    progress.emplace(targets.paths(), targets.stampsBefore(),
+    progress.emplace(targetsOf(plan.files), std::move(before),
                      [this](qsizetype done, qsizetype total) {
                          QMetaObject::invokeMethod(
                              this, [this, done, total] { emit writeProgress(done, total); },
                              Qt::QueuedConnection);
                      });
     WriteResult result = std::unexpected(Error{});
-    WriteReport report;
+    FileOutcomes outcomes = plan.leftOut;
+    const auto add = [&outcomes](const FileOutcomes& more) {
+        outcomes.insert(outcomes.end(), more.begin(), more.end());
+    };
     if (parallel) {
         result = parallel->run(sidecars);
+        progress.reset();
+        const QStringList notes = report.notes;
         report = parallel->report();
+        report.notes = notes;
+        const auto chunkRuns = parallel->chunkRuns();
+        for (std::size_t i = 0; i < chunkRuns.size(); ++i) {
+            const std::vector<WriteFile*>& files = runs.files[i];
+            add(runOutcomes({files.begin(), files.end()}, chunkRuns[i].report, chunkRuns[i].result,
+                            sidecars, isInterrupted()));
+        }
     } else {
         MetadataManager& writer = longLived ? *longLived : *m_exifWriter;
         const MetadataCompletion done = [&result](std::expected<QString, Error> outcome) {
@@ -301,13 +375,20 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
             writer.writeSidecars(file, done);
         else
             writer.writeImages(file, done);
+        progress.reset();
+        const QStringList notes = report.notes;
         report = writer.lastWriteReport();
+        report.notes = notes;
+        add(runOutcomes({all.begin(), all.end()}, report, result, sidecars, isInterrupted()));
     }
-    progress.reset();
-    if (!result && isInterrupted())
-        result = std::unexpected(interruptedError(targets.changedCount(), qsizetype(batch.size())));
-    report.outcomes = outcomesOf(batch, targets, report.standardError);
+    report.outcomes = batchOrder(batch, std::move(outcomes));
     report.journalPath = journal;
+    const OutcomeCounts counts = countOutcomes(report.outcomes);
+    if (!result && isInterrupted())
+        result =
+            std::unexpected(interruptedError(changedCount(plan.files), qsizetype(batch.size())));
+    else if (result && counts.failed > 0)
+        result = std::unexpected(someFilesFailed(counts, report.outcomes));
     continuation(result, report);
 }
 
@@ -328,6 +409,7 @@ std::unique_ptr<MetadataManager> MetadataQueue::longLivedWriter(const MetadataMa
     exiftool.setArgumentFileFolder(model.argumentFileFolder());
     auto writer = std::make_unique<MetadataReader>();
     writer->setVerbose(base.verbose());
+    writer->setWriteInPlace(base.writeInPlace());
     writer->setExiftool(std::move(exiftool));
     writer->setSidecarNaming(base.sidecarNaming());
     return writer;

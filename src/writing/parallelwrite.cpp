@@ -13,6 +13,11 @@ int effectiveJobs(int jobs)
     return jobs > 0 ? jobs : std::max(1, QThread::idealThreadCount());
 }
 
+int maximumJobs()
+{
+    return 4 * std::max(1, QThread::idealThreadCount());
+}
+
 int chunkCount(qsizetype count, int jobs, int threshold)
 {
     if (count < qsizetype(std::max(threshold, 1)))
@@ -84,15 +89,18 @@ ParallelWrite::ParallelWrite(const ExifTool& exiftool, bool verbose, SidecarNami
 }
 
 std::expected<void, Error> ParallelWrite::prepare(const std::vector<ExifImages>& chunks,
-                                                  bool sidecars, const QString& folder)
+                                                  bool sidecars, const QString& folder,
+                                                  const std::vector<bool>& inPlace)
 {
     m_chunks.clear();
     for (const ExifImages& images : chunks) {
         Chunk chunk;
+        chunk.images = images;
         chunk.writer = std::make_unique<MetadataReader>();
         chunk.writer->setVerbose(m_verbose);
         chunk.writer->setExiftool(m_exiftool);
         chunk.writer->setSidecarNaming(m_naming);
+        chunk.writer->setWriteInPlace(m_chunks.size() < inPlace.size() && inPlace[m_chunks.size()]);
         chunk.writer->addImages(images);
         chunk.exchangeFile =
             folder + QStringLiteral("/QuillbrookMetadata-%1.json").arg(m_chunks.size() + 1);
@@ -133,6 +141,15 @@ std::expected<QString, Error> ParallelWrite::run(bool sidecars)
     if (!failures.empty())
         return std::unexpected(combinedWriteError(failures));
     return m_chunks.empty() ? QString() : *m_chunks.front().result;
+}
+
+std::vector<ParallelWrite::ChunkRun> ParallelWrite::chunkRuns() const
+{
+    std::vector<ChunkRun> runs;
+    runs.reserve(m_chunks.size());
+    for (const Chunk& chunk : m_chunks)
+        runs.push_back({chunk.images, chunk.writer->lastWriteReport(), chunk.result});
+    return runs;
 }
 
 } // namespace qb

@@ -18,6 +18,8 @@ constexpr int defaultParallelThreshold = 48;
 
 // One exiftool per core when `jobs` is 0; never fewer than one.
 int effectiveJobs(int jobs);
+// The most exiftools worth running at once: four per core.
+int maximumJobs();
 // How many chunks a batch of `count` images is split into: one below the
 // threshold, else one per job, and never a chunk without images.
 int chunkCount(qsizetype count, int jobs, int threshold);
@@ -37,16 +39,27 @@ public:
 
     // Writes the exchange file of each chunk into `folder`. With `sidecars`,
     // each image's SourceFile moves to its sidecar, as a single write does.
+    // The chunks whose `inPlace` is set are written in place.
     std::expected<void, Error> prepare(const std::vector<ExifImages>& chunks, bool sidecars,
-                                       const QString& folder);
+                                       const QString& folder,
+                                       const std::vector<bool>& inPlace = {});
     // Runs every chunk and waits for all: the closing message when all were
     // written, else one error that carries the texts of every failed chunk.
     std::expected<QString, Error> run(bool sidecars);
     // The counts of all chunks together, and their warnings in chunk order.
     const WriteReport& report() const { return m_report; }
 
+    // How each chunk went, once run() has returned.
+    struct ChunkRun {
+        ExifImages images;
+        WriteReport report;
+        std::expected<QString, Error> result;
+    };
+    std::vector<ChunkRun> chunkRuns() const;
+
 private:
     struct Chunk {
+        ExifImages images;
         std::unique_ptr<MetadataReader> writer;
         QString exchangeFile;
         std::expected<QString, Error> result = QString();

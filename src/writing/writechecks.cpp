@@ -3,6 +3,7 @@
 
 #include "extensions/plainorder.h"
 
+#include <QFileInfo>
 #include <QSet>
 
 #include <algorithm>
@@ -63,22 +64,142 @@ Error nulInValue(const ExifImage& image, const QString& tag)
     return error;
 }
 
-bool sidecarCanHold(const QString& tag)
+// The first group a tag is named with, lower case, without its family
+// number; empty for a tag without one.
+QString groupOf(const QString& tag)
 {
     if (!tag.contains(QLatin1Char(':')))
-        return true; // exiftool chooses the group, an XMP one for a sidecar
+        return {};
     QString group = tag.section(QLatin1Char(':'), 0, 0).toLower();
     while (!group.isEmpty() && group.front().isDigit())
         group.remove(0, 1);
-    return group == QLatin1String("xmp") || group.startsWith(QLatin1String("xmp-"));
+    return group;
+}
+
+bool isExifGroup(const QString& group)
+{
+    static const QSet<QString> groups{QStringLiteral("exif"),   QStringLiteral("ifd0"),
+                                      QStringLiteral("ifd1"),   QStringLiteral("exififd"),
+                                      QStringLiteral("gps"),    QStringLiteral("interopifd"),
+                                      QStringLiteral("subifd"), QStringLiteral("globparamifd")};
+    return groups.contains(group);
+}
+
+// The bytes a value takes in a file: each text in UTF-8.
+QList<qsizetype> byteSizes(const DynamicValue& value)
+{
+    if (value.isList()) {
+        QList<qsizetype> sizes;
+        for (const DynamicValue& element : value.toList())
+            sizes << byteSizes(element);
+        return sizes;
+    }
+    if (value.isAbsent() || value.isDictionary())
+        return {};
+    return {value.description().toUtf8().size()};
+}
+
+QString fileNameOf(const ExifImage& image)
+{
+    return image.url().value_or(QUrl()).fileName(QUrl::FullyDecoded);
+}
+
+QString ruleOf(const ExifImage& image, const QString& tag)
+{
+    const auto it = image.notes.ruleOf.find(tag);
+    return it == image.notes.ruleOf.end()
+               ? QStringLiteral("the rule for %1").arg(tag)
+               : QStringLiteral("the rule for \u201c%1\u201d").arg(it->second);
+}
+
+Error tooLarge(const ExifImage& image, const QString& tag, qsizetype size, const QString& limit)
+{
+    Error error;
+    error.domain = checkDomain;
+    error.code = 3;
+    error.errorDescription =
+        QStringLiteral("The value of %1 for \u201c%2\u201d (%3) takes %4 bytes; %5.")
+            .arg(tag, fileNameOf(image), ruleOf(image, tag))
+            .arg(size)
+            .arg(limit);
+    error.failureReason = QStringLiteral("Nothing was written: the file would not hold it as the "
+                                         "formats define, and other programs would read it "
+                                         "cut short or not at all.");
+    error.recoverySuggestion = QStringLiteral("Shorten the value, or write it to an XMP tag, "
+                                              "which holds text of any length.");
+    error.userInfo.insert(QStringLiteral("tag"), tag);
+    error.userInfo.insert(QStringLiteral("bytes"), size);
+    return error;
+}
+
+// The most that one JPEG segment holds for EXIF, its header and one
+// directory entry aside, as exiftool counts it.
+constexpr qsizetype jpegExifSegment = 65533;
+constexpr qsizetype jpegExifValue = 65436;
+
+bool isJpeg(const ExifImage& image)
+{
+    const QString suffix = QFileInfo(image.url().value_or(QUrl()).path()).suffix().toLower();
+    return suffix == QLatin1String("jpg") || suffix == QLatin1String("jpeg") ||
+           suffix == QLatin1String("jpe");
+}
+
+std::expected<void, Error> checkSizes(const ExifImage& image, const WritableTags& writable,
+                                      bool sidecars)
+{
+    if (sidecars)
+        return {}; // XMP holds text of any length
+    const bool jpeg = isJpeg(image);
+    qsizetype exifTotal = 0;
+    QString largestExif;
+    qsizetype largestExifSize = 0;
+    for (const auto& [tag, value] : image.metadata) {
+        const QString group = groupOf(tag);
+        const QList<qsizetype> sizes = byteSizes(value);
+        if (group == QLatin1String("iptc")) {
+            const auto limit = writable.iptcTextLimit(tag.section(QLatin1Char(':'), -1));
+            for (const qsizetype size : sizes) {
+                if (limit && size > *limit)
+                    return std::unexpected(tooLarge(
+                        image, tag, size, QStringLiteral("IPTC holds %1 there").arg(*limit)));
+            }
+        } else if (jpeg && isExifGroup(group)) {
+            for (const qsizetype size : sizes) {
+                exifTotal += size;
+                if (size > largestExifSize) {
+                    largestExifSize = size;
+                    largestExif = tag;
+                }
+            }
+        }
+    }
+    if (largestExifSize > jpegExifValue || exifTotal > jpegExifSegment)
+        return std::unexpected(
+            tooLarge(image, largestExif, largestExifSize,
+                     QStringLiteral("a JPEG holds all its EXIF in one segment of %1 bytes")
+                         .arg(jpegExifSegment)));
+    return {};
 }
 
 } // namespace
 
-std::expected<void, Error> checkBatch(const ExifImages& images, const WritableTags* writable)
+bool sidecarCanHold(const QString& tag)
+{
+    // Without a group, exiftool chooses one, an XMP one for a sidecar.
+    const QString group = groupOf(tag);
+    return !tag.contains(QLatin1Char(':')) || group == QLatin1String("xmp") ||
+           group.startsWith(QLatin1String("xmp-"));
+}
+
+std::expected<void, Error> checkBatch(const ExifImages& images, const WritableTags* writable,
+                                      bool sidecars)
 {
     std::set<QString> unknown;
     for (const auto& image : images) {
+        if (writable) {
+            if (auto sized = checkSizes(*image, *writable, sidecars); !sized)
+                return sized;
+        }
         for (const auto& [tag, value] : image->metadata) {
             if (tag == ExifImage::sourceFileKey)
                 continue;

@@ -20,10 +20,17 @@ namespace qb {
 // that no front end can get past them.
 
 // Refuses a batch with a destination tag that exiftool doesn't know as
-// writable (its import would pass over it without a word), or with a value
-// that holds a NUL character (no file format keeps one). Without `writable`
-// the tags aren't judged.
-std::expected<void, Error> checkBatch(const ExifImages& images, const WritableTags* writable);
+// writable (its import would pass over it without a word), with a value
+// that holds a NUL character (no file format keeps one), or with a value a
+// tag can't hold: an IPTC text beyond its record's limit, or EXIF that
+// can't fit a JPEG's one segment (exiftool would write either without a
+// word, and other programs read them cut short). Without `writable` the
+// tags and sizes aren't judged; `sidecars` writes XMP only.
+std::expected<void, Error> checkBatch(const ExifImages& images, const WritableTags* writable,
+                                      bool sidecars = false);
+
+// Whether an XMP sidecar holds `tag`.
+bool sidecarCanHold(const QString& tag);
 
 // The destination tags of the batch that an XMP sidecar can't hold, such
 // as EXIF or IPTC tags, which exiftool leaves out of a sidecar without a

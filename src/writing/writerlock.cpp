@@ -5,8 +5,14 @@
 #include <QFile>
 #include <QThread>
 
+#include "exif/processrunner.h"
+
+#include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -40,6 +46,12 @@ QString systemReason()
 
 } // namespace
 
+struct WriterLock::LockFile {
+    int fd = -1;
+    // Set while a write of this process holds the lock.
+    std::atomic<bool> taken = false;
+};
+
 QString WriterLock::defaultPath()
 {
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
@@ -55,19 +67,30 @@ WriterLock::WriterLock(QString path)
 }
 
 WriterLock::Holding::Holding(Holding&& other) noexcept
-    : m_fd(other.m_fd)
+    : m_file(other.m_file)
 {
-    other.m_fd = -1;
+    other.m_file = nullptr;
 }
 
 WriterLock::Holding::~Holding()
 {
-    if (m_fd >= 0)
-        ::close(m_fd); // lets the lock go
+    if (!m_file)
+        return;
+    // Let go explicitly: the exiftools still hold the open file, and would
+    // otherwise keep the lock for as long as they live.
+    ::flock(m_file->fd, LOCK_UN);
+    m_file->taken = false;
 }
 
-std::expected<int, Error> WriterLock::open() const
+std::expected<WriterLock::LockFile*, Error> WriterLock::lockFile() const
 {
+    // One open file per path for the process's life; never closed, since
+    // exiftools started later must still be handed it.
+    static std::mutex mutex;
+    static std::map<QString, std::unique_ptr<LockFile>> files;
+    const std::lock_guard locker(mutex);
+    if (const auto it = files.find(m_path); it != files.end())
+        return it->second.get();
     // In a shared temporary directory someone else may have put a link or
     // a file of theirs in our place: neither is followed nor used.
     const int fd = ::open(QFile::encodeName(m_path).constData(),
@@ -80,28 +103,49 @@ std::expected<int, Error> WriterLock::open() const
         return std::unexpected(
             lockError(m_path, QStringLiteral("It is not a file of this user's.")));
     }
-    return fd;
+    auto file = std::make_unique<LockFile>();
+    file->fd = fd;
+    inheritInChildProcesses(fd);
+    return files.emplace(m_path, std::move(file)).first->second.get();
+}
+
+std::expected<void, Error> WriterLock::handDown() const
+{
+    const auto file = lockFile();
+    if (!file)
+        return std::unexpected(file.error());
+    return {};
 }
 
 std::expected<std::optional<WriterLock::Holding>, Error>
 WriterLock::acquire(const std::function<void()>& waiting, const std::function<bool()>& stop) const
 {
-    const auto fd = open();
-    if (!fd)
-        return std::unexpected(fd.error());
-    Holding holding(*fd);
+    const auto file = lockFile();
+    if (!file)
+        return std::unexpected(file.error());
+    LockFile& lock = **file;
     bool told = false;
-    // Polled rather than blocking, so that a stop is heard while waiting.
-    while (::flock(*fd, LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            return std::unexpected(lockError(m_path, systemReason()));
+    const auto wait = [&] {
         if (stop && stop())
-            return std::nullopt;
+            return false;
         if (!told && waiting) {
             waiting();
             told = true;
         }
         QThread::msleep(pollMilliseconds);
+        return true;
+    };
+    // Polled rather than blocking, so that a stop is heard while waiting.
+    for (bool free = false; !lock.taken.compare_exchange_strong(free, true); free = false) {
+        if (!wait())
+            return std::nullopt;
+    }
+    Holding holding(&lock);
+    while (::flock(lock.fd, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR)
+            return std::unexpected(lockError(m_path, systemReason()));
+        if (!wait())
+            return std::nullopt;
     }
     return std::optional<Holding>(std::move(holding));
 }

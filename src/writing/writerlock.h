@@ -12,8 +12,14 @@ namespace qb {
 
 // Keeps the writes of every Quillbrook process of one user, windows and
 // command lines alike, to one at a time: two exiftools rewriting one folder
-// at once lose files. It is an flock() on a file of the user's, so the
-// system lets it go with the process that held it, however that ended.
+// at once lose files. It is an flock() on a file of the user's, taken on
+// one open file that each process keeps for its whole life and hands down
+// to every exiftool it starts (see inheritInChildProcesses). Such a lock
+// belongs to the open file, not to a process: a process killed in the
+// middle of a write keeps it until the last of its exiftools has ended too,
+// so the next write can't race them. Within a process, writes take turns
+// on a flag of the file's, since flock() on the one open file would let
+// them all through.
 class WriterLock {
 public:
     // $XDG_RUNTIME_DIR/quillbrook-write.lock, else a file named after the
@@ -22,11 +28,13 @@ public:
 
     explicit WriterLock(QString path = defaultPath());
 
+    struct LockFile;
+
     // The lock while it lives.
     class Holding {
     public:
-        explicit Holding(int fd)
-            : m_fd(fd)
+        explicit Holding(LockFile* file)
+            : m_file(file)
         {
         }
         Holding(Holding&& other) noexcept;
@@ -34,8 +42,13 @@ public:
         ~Holding();
 
     private:
-        int m_fd;
+        LockFile* m_file;
     };
+
+    // Opens this process's file for the lock now and hands it down to the
+    // exiftools started from now on, such as a long-lived one that starts
+    // before the first write. acquire() does the same.
+    std::expected<void, Error> handDown() const;
 
     // Waits while another process writes: `waiting` is told once when it
     // must, and the wait ends without the lock, answering nothing, as soon
@@ -47,7 +60,7 @@ public:
     const QString& path() const { return m_path; }
 
 private:
-    std::expected<int, Error> open() const;
+    std::expected<LockFile*, Error> lockFile() const;
 
     QString m_path;
 };

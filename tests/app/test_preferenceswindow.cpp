@@ -225,3 +225,19 @@ TEST_F(PreferencesWindowTest, TheNumberOfExiftoolProcessesIsAutomaticUntilChosen
 }
 
 } // namespace
+
+TEST_F(PreferencesWindowTest, EmptyCellsClearTheFieldOnlyWhenTicked)
+{
+    auto* box = find<QCheckBox>("emptyCellsClear");
+    ASSERT_TRUE(box);
+    EXPECT_FALSE(box->isChecked());
+    EXPECT_FALSE(m_preferences.emptyCellsClear());
+    // A change from the keyboard or from code is stored, not only a click.
+    for (const bool ticked : {true, false, true}) {
+        SCOPED_TRACE(ticked);
+        box->setChecked(ticked);
+        EXPECT_EQ(m_preferences.emptyCellsClear(), ticked);
+    }
+    m_preferences.setEmptyCellsClear(false);
+    EXPECT_FALSE(box->isChecked());
+}

@@ -45,6 +45,16 @@ TEST_F(CSVDataSourceTest, KeyingKeepsColumnOrderAndLaterRowsReplace)
     };
     EXPECT_EQ(source.metadata(), expected);
 
+    EXPECT_EQ(source.duplicateKeys(), QStringList({"K"}));
+
+    // Keys repeated are told in the order their second record comes.
+    ASSERT_TRUE(source.loadCSV(touch("d.csv", "k,v\nB,1\nA,2\nB,3\nA,4\nC,5\nA,6\n")));
+    source.buildMetadata("k");
+    EXPECT_EQ(source.duplicateKeys(), QStringList({"B", "A"}));
+    EXPECT_EQ(source.row("A")->at("v"), "6");
+    EXPECT_EQ(source.row("B")->at("v"), "3");
+
+    ASSERT_TRUE(source.loadCSV(touch("a.csv", "z,a,key\r\n1,,K\r\n2,3,K\r\n4,5,\r\n")));
     source.buildMetadata("z");
     EXPECT_EQ(source.keys(), QStringList({"1", "2", "4"}));
     source.buildMetadata("missing");

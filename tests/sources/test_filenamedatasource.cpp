@@ -187,6 +187,10 @@ TEST(FileNameDataSourceQueries, IndexedLookupEqualsThePlainWalk)
             for (qsizetype i = 0; i < urls.size(); ++i)
                 ASSERT_EQ(indexed[i], source.metadataForImage(urls[i]))
                     << urls[i].path().toStdString();
+            // A handful of images takes the walk over the keys instead.
+            const std::vector<MetadataRow> few = source.metadataForImages(urls.mid(0, 3));
+            for (qsizetype i = 0; i < 3; ++i)
+                ASSERT_EQ(few[std::size_t(i)], indexed[std::size_t(i)]);
             for (const auto& [key, row] : table)
                 ASSERT_EQ(byKey.at(key), source.imagesMatchingKey(key, urls)) << key.toStdString();
         }

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "preferences/preferences.h"
 #include "sources/imagevalidator.h"
+#include "sources/urlimageprovider.h"
 
 #include "../support/testsupport.h"
 
 #include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <functional>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -90,3 +96,48 @@ TEST_F(ImageValidatorTest, DroppedFoldersExpandAndFilesStay)
 }
 
 } // namespace
+
+// A sync tool beside the search: it keeps making and removing temporary
+// files, and renaming files over others, in the folders being searched.
+// Every image is found every time.
+TEST(FolderSearch, FindsEveryImageWhileAnotherToolChurnsTheFolder)
+{
+    QTemporaryDir dir;
+    constexpr int images = 400;
+    for (int i = 0; i < images; ++i) {
+        QFile file(dir.filePath(QStringLiteral("%1/S%2.jpg").arg(i % 2 ? "a" : "b").arg(i)));
+        QDir().mkpath(QFileInfo(file).absolutePath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    }
+    const struct {
+        const char* name;
+        std::function<void(const QString& folder, int round)> churn;
+    } tools[] = {
+        {"partial files come and go",
+         [](const QString& folder, int round) {
+             const QString partial = QStringLiteral("%1/.sync-%2.partial").arg(folder).arg(round);
+             QFile(partial).open(QIODevice::WriteOnly);
+             QFile::remove(partial);
+         }},
+        {"files rewritten by rename",
+         [](const QString& folder, int round) {
+             const QString image = QStringLiteral("%1/S%2.jpg").arg(folder).arg(round % 2 ? 1 : 0);
+             const QString temporary = image + QStringLiteral("_exiftool_tmp");
+             QFile(temporary).open(QIODevice::WriteOnly);
+             ::rename(QFile::encodeName(temporary).constData(),
+                      QFile::encodeName(image).constData());
+         }},
+    };
+    for (const auto& tool : tools) {
+        SCOPED_TRACE(tool.name);
+        // Stopped as it goes out of scope, also when a search falls short.
+        std::jthread churner([&](std::stop_token stop) {
+            for (int round = 0; !stop.stop_requested(); ++round)
+                tool.churn(dir.filePath(round % 2 ? "a" : "b"), round);
+        });
+        int shortSearches = 0;
+        for (int search = 0; search < 30; ++search)
+            shortSearches += searchFolder(dir.path(), true).images.size() != images;
+        EXPECT_EQ(shortSearches, 0);
+    }
+}

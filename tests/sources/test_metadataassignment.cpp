@@ -43,35 +43,80 @@ TEST(ApplyMappings, TagValuesFromOneRow)
         std::make_shared<StringCaseMapper>(StringCaseMapper::Transformation::uppercase);
     const auto date = std::make_shared<DateMapper>("yyyy-MM-dd");
     const auto boolean = std::make_shared<BooleanMapper>();
+    const auto split = std::make_shared<ArrayMapper>(";");
+    const DynamicValue emptyList{DynamicValue::List{}};
     const struct {
         const char* name;
         MetadataRow row;
         std::vector<MetadataMapping> mappings;
+        EmptyCells emptyCells;
         ExifImage::Metadata expected;
     } cases[] = {
-        {"first mapping of a field wins",
-         {{"title", "fjord"}, {"city", ""}},
-         {{"title", "XMP:Title", {upper}}, {"title", "IPTC:Headline"}, {"city", "XMP:City"}},
-         {{"XMP:Title", "FJORD"}, {"XMP:City", ""}}},
+        {"every rule of a field acts",
+         {{"title", "fjord"}},
+         {{"title", "XMP:Title", {upper}}, {"title", "IPTC:Headline"}, {"title", "EXIF:Artist"}},
+         EmptyCells::keep,
+         {{"XMP:Title", "FJORD"}, {"IPTC:Headline", "fjord"}, {"EXIF:Artist", "fjord"}}},
+        {"the upper row's value stands, whichever field comes first",
+         {{"a", "1"}, {"b", "2"}},
+         {{"b", "XMP:Tag"}, {"a", "xmp:tag"}},
+         EmptyCells::keep,
+         {{"XMP:Tag", "2"}}},
+        {"an upper row without a value gives way",
+         {{"a", "2021-13-45"}, {"b", "2"}},
+         {{"a", "XMP:Tag", {date}}, {"b", "XMP:Tag"}},
+         EmptyCells::keep,
+         {{"XMP:Tag", "2"}}},
+        {"empty and blank cells keep the file's value",
+         {{"city", ""}, {"title", "   "}, {"tags", " ; "}},
+         {{"city", "XMP:City"}, {"title", "XMP:Title"}, {"tags", "XMP:Subject", {split}}},
+         EmptyCells::keep,
+         {}},
+        {"empty and blank cells clear the tag",
+         {{"city", ""}, {"title", "   "}, {"tags", ""}},
+         {{"city", "XMP:City"}, {"title", "XMP:Title"}, {"tags", "XMP:Subject", {split}}},
+         EmptyCells::clear,
+         {{"XMP:City", emptyList}, {"XMP:Title", emptyList}, {"XMP:Subject", emptyList}}},
         {"absent result leaves the tag out",
          {{"date", "2021-13-45"}, {"flag", "soon"}},
          {{"date", "EXIF:DateTimeOriginal", {date}}, {"flag", "XMP:Flag", {date, boolean}}},
+         EmptyCells::keep,
          {{"XMP:Flag", false}}},
         {"canonical equivalence",
          {{"Caf\u00e9", "x"}},
          {{"Cafe\u0301", "XMP:Place"}},
+         EmptyCells::keep,
          {{"XMP:Place", "x"}}},
-        {"no case folding", {{"Title", "x"}}, {{"title", "XMP:Title"}}, {}},
-        {"no mappings", {{"Title", "x"}}, {}, {}},
+        {"no case folding", {{"Title", "x"}}, {{"title", "XMP:Title"}}, EmptyCells::keep, {}},
+        {"no mappings", {{"Title", "x"}}, {}, EmptyCells::keep, {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(applyMappings(c.row, c.mappings), c.expected);
+        EXPECT_EQ(applyMappings(c.row, c.mappings, c.emptyCells), c.expected);
     }
-    // Two fields into one tag: either may win, but they never combine.
-    const auto tags = applyMappings({{"a", "1"}, {"b", "2"}}, {{"a", "XMP:Tag"}, {"b", "XMP:Tag"}});
-    ASSERT_EQ(tags.size(), 1u);
-    EXPECT_TRUE(tags.at("XMP:Tag") == DynamicValue("1") || tags.at("XMP:Tag") == DynamicValue("2"));
+}
+
+TEST(MapImages, NotesEachTagsRuleAndWhatEmptyCellsLeaveAlone)
+{
+    FileNameDataSource source({{"A", {{"title", "t"}, {"caption", " "}, {"city", ""}}}});
+    const std::vector<MetadataMapping> rules{{"title", "XMP-dc:Title"},
+                                             {"caption", "XMP-dc:Description"},
+                                             {"city", "XMP-dc:Title"},
+                                             {"caption", "IPTC:Caption-Abstract"}};
+    const auto images = mapImages(URLListProvider({image("/x/A1.jpg")}), source, rules);
+    ASSERT_EQ(images.size(), 1u);
+    EXPECT_EQ(images[0]->notes.ruleOf.at("XMP-dc:Title"), "title");
+    EXPECT_EQ(images[0]->notes.leftAlone,
+              QStringList({"IPTC:Caption-Abstract", "XMP-dc:Description"}));
+    // Row 3 writes the tag row 1 writes: it is named, and gives way.
+    const auto overruled = overruledRules(rules);
+    ASSERT_EQ(overruled.size(), 1u);
+    EXPECT_EQ(overruled[0].row, 2);
+    EXPECT_EQ(overruled[0].upper, 0);
+    EXPECT_EQ(overruledRuleWarnings(rules),
+              QStringList({"The rule for \u201ccity\u201d (row 3) writes XMP-dc:Title, as the "
+                           "rule for \u201ctitle\u201d (row 1) does: the upper row\u2019s value "
+                           "stands."}));
 }
 
 TEST(RegexTimeLimit, PatternThatRunsOutOfTimeMatchesNothingAndIsToldOncePerRun)

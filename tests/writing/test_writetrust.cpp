@@ -7,6 +7,7 @@
 
 #include "exif/currentvalues.h"
 #include "exif/metadatareader.h"
+#include "writing/journalrestore.h"
 #include "writing/metadataqueue.h"
 #include "writing/writejournal.h"
 #include "writing/writepreview.h"
@@ -190,14 +191,15 @@ TEST_P(WriteTrustJobs, UndoPutsBackEveryValueAndDeletesTagsThatWereAbsent)
     EXPECT_EQ(journalPaths(m_dir.filePath("journal")), QStringList{report.journalPath});
 
     ASSERT_TRUE(QFile::remove(gone));
-    const auto journal = WriteJournal::load(report.journalPath);
-    ASSERT_TRUE(journal.has_value());
-    const auto restored = restoreJournal(*journal, ExifTool(exiftoolPath, {}));
+    UndoOptions options;
+    options.exiftool = exiftoolPath;
+    options.writerLockPath = m_dir.filePath("write.lock");
+    const auto restored = undoWrite(report.journalPath, options);
     ASSERT_TRUE(restored.has_value()) << restored.error().message().toStdString();
-    const OutcomeCounts counts = countOutcomes(*restored);
+    const OutcomeCounts counts = countOutcomes(restored->outcomes);
     EXPECT_EQ(counts.written, 2);
     EXPECT_EQ(counts.failed, 1);
-    for (const FileOutcome& outcome : *restored) {
+    for (const FileOutcome& outcome : restored->outcomes) {
         if (outcome.path == gone) {
             EXPECT_EQ(outcome.message, "File not found");
         }
