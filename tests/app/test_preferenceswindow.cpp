@@ -153,6 +153,7 @@ TEST_F(PreferencesWindowTest, EveryControlFollowsItsAccessibilityAction)
         {"writeMethodCaptureOne", 0, "writeMethodValue", 2, captureOne},
         {"writeMethodDirect", 0, "writeMethodValue", 0, direct},
         {"keepWriteJournal", 0, "keepWriteJournal", false, {}},
+        {"emptyCellsClear", 0, "emptyCellsClear", true, {}},
         {"warnOnHeaderMismatch", 0, "warnOnHeaderMismatch", false, {}},
         {"presentDialogueOnSuccess", 0, "presentDialogueOnSuccess", true, {}},
         {"includeBetaReleases", 1, "includeBetaReleases", false, {}},
