@@ -152,20 +152,10 @@ private:
                 m_xml.skipCurrentElement();
                 continue;
             }
-            const QXmlStreamAttributes attributes = m_xml.attributes();
-            if (const QStringView reference = attributes.value("r"_L1); !reference.isEmpty()) {
-                const auto position = parseCellReference(reference);
-                if (!position) {
-                    m_xml.raiseError(
-                        u"its cell reference \u201c%1\u201d is not valid"_s.arg(reference));
-                    return false;
-                }
-                column = position->column;
-            }
             RawCell& cell = m_batch.emplace_back();
-            cell.position = {row, column++};
-            cell.type = cellType(attributes.value("t"_L1));
-            cell.style = attributes.value("s"_L1).toLongLong();
+            if (!readAttributes(cell, row, column))
+                return false;
+            column = cell.position.column + 1;
             readChildren(cell);
             if (m_batch.size() == batchSize) {
                 if (!m_handover.give(std::move(m_batch)))
@@ -174,6 +164,26 @@ private:
                 m_batch.reserve(batchSize);
             }
         }
+        return true;
+    }
+
+    bool readAttributes(RawCell& cell, qint64 row, qint64 column)
+    {
+        // The copy of the attributes must go before the reader moves on,
+        // or the reader would copy its own list for every cell.
+        const QXmlStreamAttributes attributes = m_xml.attributes();
+        if (const QStringView reference = attributes.value("r"_L1); !reference.isEmpty()) {
+            const auto position = parseCellReference(reference);
+            if (!position) {
+                m_xml.raiseError(
+                    u"its cell reference \u201c%1\u201d is not valid"_s.arg(reference));
+                return false;
+            }
+            column = position->column;
+        }
+        cell.position = {row, column};
+        cell.type = cellType(attributes.value("t"_L1));
+        cell.style = attributes.value("s"_L1).toLongLong();
         return true;
     }
 
