@@ -58,8 +58,10 @@ std::expected<SpreadsheetFormat, Error> spreadsheetFormatOf(const QString& path,
 std::expected<QStringList, Error> sheetNames(const QString& path,
                                              const SpreadsheetLimits& limits = {});
 
-// One sheet as a table; without a name, the first visible sheet. An unknown
-// name is an error whose userInfo "sheets" lists the names there are.
+// One sheet as a table; without a name, the first sheet (of a workbook, the
+// first that isn't hidden). Names match without regard to case when none
+// matches exactly. An unknown name is an error whose userInfo "sheets"
+// lists the names there are.
 std::expected<SheetTable, Error> readSheet(const QString& path,
                                            const std::optional<QString>& sheetName = std::nullopt,
                                            const SpreadsheetLimits& limits = {});

@@ -139,6 +139,16 @@ Error tooManyCellsError(const QString& path, const QString& sheet, qint64 limit)
                        "into smaller sheets."));
 }
 
+Error tooManyColumnsError(const QString& path, const QString& sheet)
+{
+    return spreadsheetError(
+        path, SpreadsheetErrorCode::tooManyCells,
+        QStringLiteral("Its sheet \u201c%1\u201d has values past column XFD, the last a sheet "
+                       "has.")
+            .arg(sheet),
+        QStringLiteral("Open it in a spreadsheet program and save it anew."));
+}
+
 Error noSheetsError(const QString& path)
 {
     return spreadsheetError(path, SpreadsheetErrorCode::noSheets,

@@ -37,6 +37,7 @@ Error forbiddenXmlError(const QString& path, const QString& part);
 Error missingPartError(const QString& path, const QString& part);
 Error unknownSheetError(const QString& path, const QString& name, const QStringList& names);
 Error tooManyCellsError(const QString& path, const QString& sheet, qint64 limit);
+Error tooManyColumnsError(const QString& path, const QString& sheet);
 Error noSheetsError(const QString& path);
 
 } // namespace qb

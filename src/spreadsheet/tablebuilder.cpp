@@ -42,7 +42,7 @@ std::expected<void, Error> TableBuilder::setCells(qint64 column, const QString& 
     if (value.isEmpty())
         return {};
     if (column < 0 || count > maxSheetColumns || column + count > maxSheetColumns)
-        return std::unexpected(tooManyCellsError(m_path, m_sheetName, m_cellLimit));
+        return std::unexpected(tooManyColumnsError(m_path, m_sheetName));
     const qsizetype end = qsizetype(column + count);
     if (m_current.size() < end)
         m_current.resize(end);

@@ -86,7 +86,7 @@ TEST(CellValues, SerialNumbersReadAsIsoDatesAndTimes)
     }
 }
 
-TEST(CellValues, IsoDurationsAndDatesReadToTheSecond)
+TEST(CellValues, IsoDurationsReadToTheSecond)
 {
     const struct {
         const char16_t* duration;
@@ -102,18 +102,6 @@ TEST(CellValues, IsoDurationsAndDatesReadToTheSecond)
         SCOPED_TRACE(QString::fromUtf16(row.duration).toStdString());
         EXPECT_EQ(durationText(row.duration), row.text);
     }
-    const struct {
-        QString iso;
-        QString text;
-    } dates[] = {
-        {u"2024-03-05"_s, u"2024-03-05"_s},
-        {u"2024-03-05T14:30:00"_s, u"2024-03-05T14:30:00"_s},
-        {u"2024-03-05T14:29:59.6"_s, u"2024-03-05T14:30:00"_s},
-        {u"2024-03-05T14:30:00.2"_s, u"2024-03-05T14:30:00"_s},
-        {u"2024-12-31T23:59:59.999"_s, u"2025-01-01T00:00:00"_s},
-    };
-    for (const auto& row : dates)
-        EXPECT_EQ(wholeSecondDateText(row.iso), row.text);
 }
 
 TEST(CellValues, NumberFormatsTellDatesFromNumbers)
@@ -186,20 +174,6 @@ TEST(CellValues, CellReferencesNameRowAndColumn)
         EXPECT_EQ(parsed->column, row.position->second);
         EXPECT_EQ(cellReference(*parsed), reference);
     }
-}
-
-TEST(CellValues, EscapedCharactersComeBack)
-{
-    const struct {
-        QString escaped;
-        QString text;
-    } cases[] = {
-        {u"a_x000D_b"_s, u"a\rb"_s},        {u"_x00e9_t_x00E9_"_s, u"été"_s},
-        {u"_x005F_x0041_"_s, u"_x0041_"_s}, // an escaped "_x"
-        {u"no escapes"_s, u"no escapes"_s}, {u"_x12_ and _xZZZZ_"_s, u"_x12_ and _xZZZZ_"_s},
-    };
-    for (const auto& row : cases)
-        EXPECT_EQ(unescapeOoxmlText(row.escaped), row.text);
 }
 
 } // namespace

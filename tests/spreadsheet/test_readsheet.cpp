@@ -220,6 +220,11 @@ const ReadCase readCases[] = {
      {"E3", "F3"}},
 };
 
+void PrintTo(const ReadCase& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
 class ReadSheet : public testing::TestWithParam<ReadCase> {};
 
 TEST_P(ReadSheet, ReadsCellsAsTheSpreadsheetShowsThem)

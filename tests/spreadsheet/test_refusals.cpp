@@ -209,12 +209,25 @@ const Refusal refusals[] = {
                                       "</table:table>"));
      },
      int(tooManyCells), "spans more than"},
+    {"valuesPastTheLastColumn", "wide.ods",
+     [](const QString& path) {
+         writeZip(path, sheettest::odsParts("<table:table table:name=\"T\"><table:table-row>"
+                                            "<table:table-cell office:value-type=\"float\" "
+                                            "office:value=\"1\" table:number-columns-repeated="
+                                            "\"20000\"/></table:table-row></table:table>"));
+     },
+     int(tooManyCells), "past column XFD"},
     {"missingFile", "absent.xlsx", [](const QString&) {}, -260, "no such file"},
     {"folder", "folder.xlsx", [](const QString& path) { QDir().mkdir(path); }, -257, "folder"},
     {"fifo", "pipe.ods",
      [](const QString& path) { ASSERT_EQ(mkfifo(QFile::encodeName(path), 0600), 0); }, -257,
      "named pipe"},
 };
+
+void PrintTo(const Refusal& row, std::ostream* out)
+{
+    *out << row.name;
+}
 
 class Refused : public testing::TestWithParam<Refusal> {};
 
