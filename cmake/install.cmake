@@ -60,8 +60,9 @@ set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${QB_HOMEPAGE_URL}")
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 # exiftool is run as a program, and the platform plugin and the TIFF and
 # WebP readers of the thumbnails are loaded at run time, so no library scan
-# finds them.
-set(qb_depends libimage-exiftool-perl qt6-qpa-plugins qt6-image-formats-plugins)
+# finds them. QuaZip reads spreadsheets; it is named here so the package
+# needs it whatever the scan finds linked.
+set(qb_depends libimage-exiftool-perl qt6-qpa-plugins qt6-image-formats-plugins libquazip1-qt6-1)
 find_program(QB_DPKG_SHLIBDEPS dpkg-shlibdeps)
 if(QB_DPKG_SHLIBDEPS)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

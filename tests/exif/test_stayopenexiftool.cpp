@@ -177,7 +177,7 @@ TEST(ChildProcesses, EachHasItsOwnGroupAndTheDescriptorsHandedDown)
     for (ProcessRunner* runner : std::initializer_list<ProcessRunner*>{&fresh, &keptOpen}) {
         SCOPED_TRACE(runner == &fresh ? "fresh" : "stay-open");
         const ProcessRunResult result = runner->run(script, {});
-        ASSERT_TRUE(result.has_value());
+        ASSERT_TRUE(result.has_value()) << result.error().reason.toStdString();
         const QStringList lines = QString::fromUtf8(result->standardOutput).split('\n');
         const QStringList ids = lines.first().split(' ');
         ASSERT_EQ(ids.size(), 2);
