@@ -54,6 +54,9 @@ public:
     // when the tree is empty.
     void addRow();
     void insertRow(int at);
+    // Appends a row that shows `criteria`, also when the tree offers
+    // nothing: a saved row without a place in it still shows.
+    void addRow(Criteria criteria);
     void removeRow(int row);
     void moveRow(int from, int to);
     // Rebuilds every row's controls from the delegate's answers.
@@ -65,6 +68,9 @@ public:
 
 signals:
     void rowsChanged();
+    // Rows or their controls were made, removed or moved: whatever orders
+    // the controls, such as Tab, has to look again.
+    void controlsChanged();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -72,8 +78,10 @@ protected:
 private:
     Criteria defaultPath(Criteria prefix, const Criteria& previous = {}) const override;
     void notifyRowsChanged() override;
+    void rowControlsChanged() override { emit controlsChanged(); }
     void insertRowAfter(const QWidget* row) override { insertRow(rowOf(row) + 1); }
     void removeRowOf(const QWidget* row) override { removeRow(rowOf(row)); }
+    void insertRow(int at, Criteria criteria);
     void renumberRows();
     int focusedRow() const;
     void moveFocusedRow(int by);
