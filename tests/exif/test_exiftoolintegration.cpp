@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // These run the real exiftool on JPEG files made here.
+#include "exif/currentvalues.h"
 #include "exif/metadatareader.h"
 
 #include <QDir>
@@ -248,6 +249,41 @@ TEST_F(ExiftoolIntegration, PlentyOfStandardErrorNeitherStallsTheRunNorFloodsThe
                           .match(lines.last());
     ASSERT_TRUE(rest.hasMatch()) << lines.last().toStdString();
     EXPECT_GE(rest.captured(1).toInt(), 980);
+}
+
+// A read of tags that each name a group leaves exiftool's Composite tags
+// out; one that may want them must still find them.
+TEST_F(ExiftoolIntegration, ReadsFindTheTagsAskedForWithOrWithoutCompositeOnes)
+{
+    const QString file = makeJpeg("A.jpg");
+    ASSERT_TRUE(write({imageWith(file, {{"XMP-dc:Title", "Look"}, {"EXIF:Artist", "Ann"}})}));
+    const struct {
+        QStringList tags;
+        std::map<QString, QString> expected;
+    } rows[] = {
+        {{"XMP-dc:Title", "EXIF:Artist"}, {{"XMP-dc:Title", "Look"}, {"EXIF:Artist", "Ann"}}},
+        {{"ImageSize"}, {{"ImageSize", "16 16"}}},
+        {{"composite:ImageSize", "XMP:Title"},
+         {{"composite:ImageSize", "16 16"}, {"XMP:Title", "Look"}}},
+        {{"XMP:Title", "Megapixels"}, {{"XMP:Title", "Look"}, {"Megapixels", "0.000256"}}},
+    };
+    ExifTool exiftool(installedExiftoolPath(), {});
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.tags.join(' ').toStdString());
+        const auto current = readCurrentValues(exiftool, {file}, row.tags, true);
+        const auto exact = readExactValues(exiftool, {file}, row.tags);
+        ASSERT_TRUE(current && exact);
+        std::map<QString, QString> read;
+        for (const auto& [tag, value] : current->at(file))
+            read.emplace(tag, value.description());
+        EXPECT_EQ(read, row.expected);
+        read.clear();
+        for (const auto& [tag, value] : exact->at(file))
+            read.emplace(tag,
+                         QString::fromStdString(value.raw.is_string() ? value.raw.get<std::string>()
+                                                                      : value.raw.dump()));
+        EXPECT_EQ(read, row.expected);
+    }
 }
 
 } // namespace
