@@ -2,22 +2,23 @@
 # Direct write of 1,000 small JPEGs from a 1,000-row CSV: quillbrook-cli
 # assign with 1, 2 and 4 exiftool jobs against exiftool's own CSV import
 # (exiftool -csv= -sep ", " -overwrite_original), on identical fresh copies,
-# medians of 3 alternating rounds, in one run. Prints each time and its
+# medians of alternating rounds (3 unless told), in one run. Prints each time and its
 # ratio to exiftool's (target on 2 cores: at most 0.80 with one job per
 # core, 0.60 without the journal that a write keeps by default), then the
 # XMP sidecar method with one job per core. What bounds the write is shown
 # in the same run: exiftool's own import split in two halves at once, the
 # least two exiftools need, and the journal's read of the files alone.
 #
-# usage: bench/write/parallel.sh [path/to/quillbrook-cli] [count]
+# usage: bench/write/parallel.sh [path/to/quillbrook-cli] [count] [rounds]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 source bench/prologue.sh 1000 "$@"
 
-python3 - "$work" "$count" "$template" "$cli" "$exiftool" <<'PY'
+python3 - "$work" "$count" "$template" "$cli" "$exiftool" "${3:-3}" <<'PY'
 import csv, json, os, shutil, statistics, subprocess, sys, time
 
-work, count, template, cli, exiftool = sys.argv[1], int(sys.argv[2]), *sys.argv[3:]
+work, count, template, cli, exiftool = sys.argv[1], int(sys.argv[2]), *sys.argv[3:6]
+rounds = int(sys.argv[6])
 rows = [(f"IMG_{i:05d}", f'Look {i}, "studio" take', f"Photographer {i % 7}",
          f"studio;red;look{i}") for i in range(count)]
 with open(os.path.join(work, "ours.csv"), "w", newline="") as f:
@@ -101,7 +102,7 @@ sides = {"1 job": lambda: ours("j1", jobs=1), "2 jobs": lambda: ours("j2", jobs=
          "halves": theirs_in_halves, "journal read": journal_read}
 times = {name: [] for name in sides}
 order = list(sides)
-for round in range(3):
+for round in range(rounds):
     # The order turns each round, so that no side always runs first.
     for name in (order if round % 2 == 0 else order[::-1]):
         times[name].append(sides[name]())
@@ -119,7 +120,7 @@ if sidecars != count:
     sys.exit(f"{sidecars} sidecars for {count} images")
 
 theirs_median = statistics.median(times["exiftool"])
-print(f"direct write of {count} JPEGs from a {count}-row CSV, medians of 3 rounds "
+print(f"direct write of {count} JPEGs from a {count}-row CSV, medians of {rounds} rounds "
       f"on {os.cpu_count()} cores")
 for name in sides:
     median = statistics.median(times[name])
