@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Frames as a volume photographer shoots them: a scene, and now and then a
+// white card held up with a code on it, rendered by zxing's own writer.
+#pragma once
+
+#include <QImage>
+#include <QString>
+#include <QStringList>
+
+#include <ZXing/BarcodeFormat.h>
+
+#include <vector>
+
+namespace qb::testing {
+
+struct CardLook {
+    QStringList texts; // one code, or several side by side for a group card
+    ZXing::BarcodeFormat format = ZXing::BarcodeFormat::QRCode;
+    double codeWidth = 0.25; // of the frame's width, for each code
+    double turn = 0;         // degrees the card is turned in the frame
+    double skew = 0;         // horizontal shear of the card
+    int blur = 0;            // radius in pixels
+    int noise = 0;           // amplitude of the grain, 0 to 255
+};
+
+// A scene: a gradient with shapes, different for each seed.
+QImage sceneFrame(int seed, int width = 1200, int height = 800);
+// The scene with the card held up in front of it.
+QImage cardFrame(const CardLook& look, int seed = 1, int width = 1200, int height = 800);
+
+bool saveJpeg(const QImage& image, const QString& path, int quality = 90);
+
+// Writes DateTimeOriginal ("2024:05:01 10:00:00") and SubSecTimeOriginal
+// (none when empty) into each file in one run of the real exiftool.
+struct CaptureStamp {
+    QString path;
+    QString dateTime;
+    QString subSeconds;
+};
+bool stampCaptureTimes(const std::vector<CaptureStamp>& stamps);
+
+} // namespace qb::testing
