@@ -1,0 +1,172 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A whole session shot and planned: frames made here, capture times written
+// and read by the real exiftool, codes decoded, the plan printed.
+#include "cardimages.h"
+#include "cardplansketch.h"
+
+#include "cards/cardplanformat.h"
+#include "cards/cardsession.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QThreadPool>
+
+#include <gtest/gtest.h>
+
+using namespace qb;
+using namespace qb::testing;
+
+namespace {
+
+struct Shot {
+    CardLook card; // no texts: a frame without a card
+    const char* time;
+    const char* subSeconds = "";
+};
+
+class CardSession : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!QFileInfo(installedExiftoolPath()).isExecutable())
+            GTEST_SKIP() << "exiftool is not installed";
+        const std::vector<Shot> shots{
+            {{}, "10:00:00"},
+            {{{"1234"}}, "10:00:10"},
+            {{}, "10:00:20", "5"}, // a burst within one second, out of name order
+            {{}, "10:00:20", "07"},
+            {{}, "10:00:20", "45"},
+            {{{"1235"}, ZXing::BarcodeFormat::DataMatrix, 0.15, 0, 0, 1, 10}, "10:01:00"},
+            {{}, ""},
+            {{}, "10:01:10"},
+            {{{"9999"}}, "10:02:00"},
+            {{}, "10:02:10"},
+            {{{"1236", "1237"}}, "10:03:00"},
+            {{}, "10:03:10"},
+            {{}, "10:09:00"},
+            {{{"1238"}, ZXing::BarcodeFormat::QRCode, 0.02}, "10:10:00"}, // too small to read
+            {{}, "10:10:10"},
+        };
+        for (size_t i = 0; i < shots.size(); ++i) {
+            const QString path =
+                m_dir.filePath(QStringLiteral("IMG_%1.JPG").arg(i + 1, 4, 10, QChar('0')));
+            const CardLook& card = shots[i].card;
+            ASSERT_TRUE(saveJpeg(card.texts.isEmpty() ? sceneFrame(int(i), 900, 600)
+                                                      : cardFrame(card, int(i), 900, 600),
+                                 path));
+            m_paths << path;
+            if (*shots[i].time)
+                m_stamps.push_back(
+                    {path, QStringLiteral("2024:05:01 ") + shots[i].time, shots[i].subSeconds});
+        }
+        // Half copied when the plan is made.
+        const QString torn = m_dir.filePath("IMG_0016.JPG");
+        QFile::copy(m_paths.last(), torn);
+        QFile(torn).resize(200);
+        m_paths << torn;
+    }
+
+    CardPlan plan(const CardPlanOptions& options, int hoursOff = 0)
+    {
+        std::vector<CaptureStamp> stamps = m_stamps;
+        for (CaptureStamp& stamp : stamps)
+            stamp.dateTime = QDateTime::fromString(stamp.dateTime, "yyyy:MM:dd HH:mm:ss")
+                                 .addSecs(hoursOff * 3600)
+                                 .toString("yyyy:MM:dd HH:mm:ss");
+        EXPECT_TRUE(stampCaptureTimes(stamps));
+        QThreadPool pool;
+        pool.setMaxThreadCount(2);
+        auto frames = readCardFrames(m_paths, ExifTool(installedExiftoolPath(), {}),
+                                     std::make_shared<BarcodeDecoder>(nullptr), &pool);
+        EXPECT_TRUE(frames.has_value());
+        CardPlanOptions withFix = options;
+        withFix.fixes = parseCardFixes("IMG_0014.JPG,1238").value();
+        return makeCardPlan(frames.value_or(std::vector<CardFrame>()), sketchRows(), withFix);
+    }
+
+    QTemporaryDir m_dir;
+    QStringList m_paths;
+    std::vector<CaptureStamp> m_stamps;
+};
+
+QString names(const CardPlan& plan)
+{
+    QStringList result;
+    for (const PlannedFrame& frame : plan.frames)
+        result << frame.name.mid(4, 4);
+    return result.join(' ');
+}
+
+TEST_F(CardSession, plansForwardAndBackward)
+{
+    const CardPlan forward = plan({});
+    CardPlanOptions backwardOptions;
+    backwardOptions.cardOrder = CardOrder::backward;
+    const CardPlan backward = plan(backwardOptions);
+    const QString order =
+        "0001 0002 0004 0005 0003 0006 0007 0008 0009 0010 0011 0012 0013 0014 0015 0016";
+    EXPECT_EQ(names(forward), order);
+    EXPECT_EQ(framesSketch(forward), "-b c:1234 1234 1234 1234 c:1235 1235 1235 c?9999 ?9999 "
+                                     "g:1236+1237 1236+1237 1236+1237 c:1238 1238 1238");
+    EXPECT_EQ(subjectsSketch(forward), "1234:3 1235:2 ?9999:1 1236+1237:2!gap 1238:2");
+    EXPECT_EQ(names(backward), order);
+    EXPECT_EQ(framesSketch(backward), "1234 c:1234 1235 1235 1235 c:1235 ?9999 ?9999 c?9999 "
+                                      "1236+1237 g:1236+1237 1238 1238 c:1238 -a -a");
+    EXPECT_EQ(subjectsSketch(backward), "1234:1 1235:3 ?9999:2 1236+1237:1 1238:2!gap");
+}
+
+TEST_F(CardSession, cameraClockOffChangesNothing)
+{
+    const CardPlan right = plan({});
+    const CardPlan off = plan({}, -26'300);
+    EXPECT_EQ(names(off), names(right));
+    EXPECT_EQ(framesSketch(off), framesSketch(right));
+    EXPECT_EQ(off.frames[2].captureTime->text(), "2021-05-01 14:00:20.07");
+}
+
+TEST_F(CardSession, printsThePlanForThePhotographer)
+{
+    PlanTextOptions options;
+    options.describe = [](const QString& key) {
+        return key == "1234" ? "Ana Lindqvist" : "";
+    };
+    const CardPlan forward = plan({});
+    QStringList lines = planText(forward, options).split('\n');
+    const auto unread = lines.indexOf("Could not be read (a card among them is missed)");
+    ASSERT_GT(unread, 0);
+    EXPECT_TRUE(lines[unread + 1].startsWith("  IMG_0016.JPG: “IMG_0016.JPG” could not be read"));
+    lines.remove(unread - 1, 3);
+    EXPECT_EQ(
+        lines.join('\n'),
+        R"(16 frames in order of capture time, each card before its frames, card frames left alone
+5 subjects, 1 to check; 9 frames to write
+
+Subjects
+  1234 (Ana Lindqvist): 3 frames, IMG_0004.JPG to IMG_0003.JPG (card IMG_0002.JPG)
+  1235: 2 frames, IMG_0007.JPG to IMG_0008.JPG (card IMG_0006.JPG)
+  unknown code 9999: 1 frame left unassigned, IMG_0010.JPG (card IMG_0009.JPG)
+  group 1236 + 1237: 2 frames, IMG_0012.JPG to IMG_0013.JPG (card IMG_0011.JPG)
+    check: a card may have been missed: 5 min 50 s without a frame after IMG_0012.JPG
+  1238: 2 frames, IMG_0015.JPG to IMG_0016.JPG (card IMG_0014.JPG, set by hand)
+
+Unassigned
+  IMG_0001.JPG, 1 frame: before the first card
+
+Without a capture time, placed by name
+  IMG_0007.JPG
+  IMG_0016.JPG
+
+Rows without frames
+  José
+)");
+
+    const nlohmann::ordered_json json = planJson(forward);
+    EXPECT_EQ(json["frames"][0]["reason"], "beforeFirstCard");
+    EXPECT_EQ(json["frames"][2]["time"], "2024-05-01 10:00:20.07");
+    EXPECT_EQ(json["frames"][13]["fix"], "markedAsCard");
+    EXPECT_EQ(json["subjects"][3]["keys"], nlohmann::ordered_json({"1236", "1237"}));
+    EXPECT_EQ(json["subjects"][3]["check"], nlohmann::ordered_json({"gap"}));
+    EXPECT_EQ(json["rowsWithoutFrames"], nlohmann::ordered_json({"José"}));
+}
+
+} // namespace
