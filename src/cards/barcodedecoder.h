@@ -43,14 +43,15 @@ enum class FrameReadFailure {
 };
 
 // The codes zxing finds in `image`: QR, Data Matrix, Aztec, PDF417, Code 39,
-// Code 128, EAN/UPC and ITF, trying hard and in every rotation; when it finds
-// none, the image turned by 90° is tried once more. Pure, so it may run on
-// any thread.
+// Code 128, EAN/UPC and ITF, trying hard and in every rotation. Pure, so it
+// may run on any thread.
 std::vector<DecodedCode> decodeCodes(const QImage& image);
 
 struct DecoderOptions {
-    // The long side frames are decoded at. A card's code takes a good part
-    // of the frame, and beyond about 2,000 px decoding gets slower, not surer.
+    // About the long side frames are decoded at; a JPEG is decoded at the
+    // eighth of its size nearest above three quarters of it. A card's code
+    // takes a good part of the frame, and beyond about 2,000 px decoding
+    // gets slower, not surer.
     int longSide = 1600;
     // Decode from a file's embedded preview, through exiftool, even when
     // the file is an image we could decode ourselves. Raw files always are.

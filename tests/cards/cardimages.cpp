@@ -29,27 +29,11 @@ QImage codeImage(const QString& text, ZXing::BarcodeFormat format, int width)
     return image;
 }
 
-void blurAndGrain(QImage& image, int blur, int noise, int seed)
+void blur(QImage& image, int radius)
 {
-    if (blur > 0) {
-        const QSize size = image.size();
-        image = image.scaled(size / (blur + 1), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                    .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    }
-    if (noise <= 0)
-        return;
-    image = image.convertToFormat(QImage::Format_RGB32);
-    QRandomGenerator random{quint32(seed)};
-    for (int y = 0; y < image.height(); ++y) {
-        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < image.width(); ++x) {
-            const int grain = random.bounded(2 * noise + 1) - noise;
-            const auto add = [grain](int v) {
-                return std::clamp(v + grain, 0, 255);
-            };
-            line[x] = qRgb(add(qRed(line[x])), add(qGreen(line[x])), add(qBlue(line[x])));
-        }
-    }
+    const QSize size = image.size();
+    image = image.scaled(size / (radius + 1), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                .scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
 } // namespace
@@ -99,8 +83,28 @@ QImage cardFrame(const CardLook& look, int seed, int width, int height)
     for (size_t i = 0; i < codes.size(); ++i)
         painter.drawImage(QPointF(gap + double(i) * (codeSide + gap), gap), codes[i]);
     painter.end();
-    blurAndGrain(image, look.blur, look.noise, seed);
+    if (look.blur > 0)
+        blur(image, look.blur);
+    addGrain(image, look.noise, seed);
     return image;
+}
+
+void addGrain(QImage& image, int amount, int seed)
+{
+    if (amount <= 0)
+        return;
+    image = image.convertToFormat(QImage::Format_RGB32);
+    QRandomGenerator random{quint32(seed)};
+    for (int y = 0; y < image.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < image.width(); ++x) {
+            const int grain = random.bounded(2 * amount + 1) - amount;
+            const auto add = [grain](int v) {
+                return std::clamp(v + grain, 0, 255);
+            };
+            line[x] = qRgb(add(qRed(line[x])), add(qGreen(line[x])), add(qBlue(line[x])));
+        }
+    }
 }
 
 bool saveJpeg(const QImage& image, const QString& path, int quality)

@@ -28,6 +28,9 @@ QImage sceneFrame(int seed, int width = 1200, int height = 800);
 // The scene with the card held up in front of it.
 QImage cardFrame(const CardLook& look, int seed = 1, int width = 1200, int height = 800);
 
+// Sensor-like noise of up to `amount` levels, as every real frame has.
+void addGrain(QImage& image, int amount, int seed);
+
 bool saveJpeg(const QImage& image, const QString& path, int quality = 90);
 
 // Writes DateTimeOriginal ("2024:05:01 10:00:00") and SubSecTimeOriginal
