@@ -9,7 +9,9 @@
 #include <QBuffer>
 #include <QFile>
 #include <QProcess>
+#include <QSemaphore>
 #include <QTemporaryDir>
+#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -141,6 +143,38 @@ TEST_F(Decoding, choosesThePreviewClosestAboveTheDecodingSize)
     EXPECT_EQ(chosenWidth(answer({{"JpgFromRaw", 6000}, {"OtherImage", 2000}})), 2000);
     EXPECT_EQ(chosenWidth(answer({})), 0);
     EXPECT_EQ(chosenWidth("Error: not JSON"), -1);
+}
+
+// Frames decode off the calling thread, and a cancel leaves those not begun.
+TEST_F(Decoding, cancellingStopsTheFramesNotBegun)
+{
+    class Blocking : public PreviewSource {
+    public:
+        std::expected<std::optional<QByteArray>, Error> preview(const QString&, int) override
+        {
+            entered.release();
+            go.acquire();
+            ++calls;
+            return std::optional<QByteArray>();
+        }
+        QSemaphore entered, go;
+        std::atomic<int> calls = 0;
+    };
+    auto source = std::make_shared<Blocking>();
+    QStringList paths;
+    for (int i = 0; i < 6; ++i) {
+        paths << m_dir.filePath(QStringLiteral("IMG_%1.NEF").arg(i));
+        QFile(paths.last()).open(QIODevice::WriteOnly);
+    }
+    QThreadPool pool;
+    pool.setMaxThreadCount(1);
+    QFuture<FrameDecoding> future =
+        decodeFrames(std::make_shared<BarcodeDecoder>(source), paths, &pool);
+    source->entered.acquire(); // the calling thread goes on while a frame decodes
+    future.cancel();
+    source->go.release(paths.size());
+    future.waitForFinished();
+    EXPECT_LT(source->calls, paths.size());
 }
 
 // The real exiftool, reading a card from the preview a large JPEG carries.
