@@ -167,7 +167,9 @@ QSize decodingSize(QSize size, int longSide, bool jpeg)
     int eighths = 1;
     while (eighths < 8 && side * eighths < longSide * 6)
         ++eighths;
-    const auto scaled = [eighths](int length) { return (length * eighths + 7) / 8; };
+    const auto scaled = [eighths](int length) {
+        return (length * eighths + 7) / 8;
+    };
     return {scaled(size.width()), scaled(size.height())};
 }
 

@@ -14,12 +14,6 @@ namespace qb {
 
 namespace {
 
-// What a frame's codes, or the fixes for it, make of it.
-struct CardReading {
-    QStringList cardKeys; // every key, known or not
-    QStringList rowKeys;  // those of known rows, each once
-};
-
 void appendOnce(QStringList& list, const QString& text)
 {
     if (!list.contains(text))
@@ -109,25 +103,17 @@ QHash<int, std::vector<const CardFix*>> matchFixes(const std::vector<PlannedFram
 CardReading readCard(PlannedFrame& frame, const std::vector<const CardFix*>& fixes,
                      const RowKeys& rows, const CardKeyPattern& pattern)
 {
-    CardReading reading;
-    if (!fixes.empty()) {
-        const bool unmarked = !fixes.front()->key;
-        frame.fix = unmarked ? FrameFix::notACard : FrameFix::markedAsCard;
-        if (unmarked)
-            return reading;
-        for (const CardFix* fix : fixes)
-            appendOnce(reading.cardKeys, *fix->key);
-    } else {
-        for (const QString& code : frame.codes) {
-            if (const std::optional<QString> key = pattern.keyOf(code))
-                appendOnce(reading.cardKeys, *key);
-        }
-    }
-    for (const QString& key : reading.cardKeys) {
-        if (const std::optional<QString> row = rows.find(key))
-            appendOnce(reading.rowKeys, *row);
-    }
-    return reading;
+    if (fixes.empty())
+        return readCardKeys(frame.codes, pattern, rows);
+    const bool unmarked = !fixes.front()->key;
+    frame.fix = unmarked ? FrameFix::notACard : FrameFix::markedAsCard;
+    if (unmarked)
+        return {};
+    // A key given by hand is the key: no pattern is applied to it.
+    QStringList keys;
+    for (const CardFix* fix : fixes)
+        keys << *fix->key;
+    return readCardKeys(keys, CardKeyPattern(), rows);
 }
 
 // Gives each frame its subject, walking in shooting order.
@@ -262,6 +248,21 @@ QStringList rowsWithoutFrames(const CardPlan& plan, const RowKeys& rows)
 }
 
 } // namespace
+
+CardReading readCardKeys(const QStringList& codes, const CardKeyPattern& pattern,
+                         const RowKeys& rows)
+{
+    CardReading reading;
+    for (const QString& code : codes) {
+        if (const std::optional<QString> key = pattern.keyOf(code))
+            appendOnce(reading.cardKeys, *key);
+    }
+    for (const QString& key : reading.cardKeys) {
+        if (const std::optional<QString> row = rows.find(key))
+            appendOnce(reading.rowKeys, *row);
+    }
+    return reading;
+}
 
 RowKeys::RowKeys(const QStringList& keys)
     : m_all(keys)

@@ -46,6 +46,22 @@ private:
     Lookup m_lookup;
 };
 
+// What the codes of one frame make of it.
+struct CardReading {
+    QStringList cardKeys; // every key the codes give, known or not, each once
+    QStringList rowKeys;  // the rows' keys among them, each once
+
+    // Not a card: no code gave a key.
+    bool isCard() const { return !cardKeys.isEmpty(); }
+    // A card of a row, or of several (a group), rather than of an unknown code.
+    bool isKnown() const { return !rowKeys.isEmpty(); }
+};
+
+// The keys that the codes' texts give through `pattern`, and the rows they
+// name. Also what a watched capture is read with, one frame at a time.
+CardReading readCardKeys(const QStringList& codes, const CardKeyPattern& pattern,
+                         const RowKeys& rows);
+
 enum class FrameOrder { time, name };
 enum class CardOrder { forward, backward }; // the card before its frames, or after them
 enum class CardFrames { skip, write };      // whether card frames get their subject's row
