@@ -209,7 +209,10 @@ QString planText(const CardPlan& plan, const PlanTextOptions& options)
         if (frame.placedByName)
             untimed << frame.name;
         if (frame.readError)
-            unread << QStringLiteral("%1: %2").arg(frame.name, frame.readError->message());
+            unread << QStringLiteral("%1: %2").arg(frame.name,
+                                                   frame.readError->failureReason.isEmpty()
+                                                       ? frame.readError->message()
+                                                       : frame.readError->failureReason);
         if (frame.fix == FrameFix::notACard)
             notCards << frame.name;
         else if (!frame.codes.isEmpty() && frame.cardKeys.isEmpty())
