@@ -10,7 +10,7 @@
 
 #include "cards/cardplanformat.h"
 #include "cards/cardsession.h"
-#include "cards/embeddedpreview.h"
+#include "cards/framepreviews.h"
 #include "exif/stayopenexiftool.h"
 
 #include <QBuffer>
@@ -115,7 +115,7 @@ void benchDecoding(const QString& folder, int threads, int count)
     for (int i = 0; i < threads; ++i)
         runners.push_back(std::make_shared<StayOpenExiftool>());
     const auto previews = std::make_shared<BarcodeDecoder>(
-        std::make_shared<ExiftoolPreviewSource>(installedExiftoolPath(), runners),
+        std::make_shared<ExiftoolFramePreviews>(installedExiftoolPath(), runners),
         DecoderOptions{1600, true});
     decodingRate(previews, withPreview.mid(0, 2), threads); // starts the exiftools
     const auto [previewRate, previewCards] = decodingRate(previews, withPreview, threads);

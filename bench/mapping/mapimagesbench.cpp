@@ -2,8 +2,8 @@
 // mapImages over 10,000 image URLs against a 10,000-row table, timed both
 // through the source's indexed lookup and through the plain walk of the
 // whole table for every image. Both must give identical results.
-#include "kit/filenamedatasource.h"
-#include "kit/metadataassignment.h"
+#include "mapping/metadataassignment.h"
+#include "sources/filenamedatasource.h"
 
 #include <benchmark/benchmark.h>
 

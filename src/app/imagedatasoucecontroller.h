@@ -4,7 +4,7 @@
 #include "app/datasourcepresentable.h"
 
 #include "documents/datasourcesettings.h"
-#include "kit/imagedatasource.h"
+#include "sources/imagedatasource.h"
 
 #include "widgets/dropviews.h"
 
@@ -24,7 +24,7 @@ public:
                                       QObject* parent = nullptr);
 
     std::shared_ptr<MetadataSource> dataSource() const override { return m_imageDataSource; }
-    bool isReady() const override { return !m_imageDataSource->metadata().empty(); }
+    bool isReady() const override { return !m_imageDataSource->rows().isEmpty(); }
     std::optional<FileWrapper> settingsWrapper() const override;
     void loadWrappers(const std::map<QString, FileWrapper>& wrappers) override;
     void setEnabled(bool enabled) override;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/appdelegate.h"
 
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 
 #include "extensions/notificationcenter.h"
 
@@ -30,6 +30,7 @@ int main(int argc, char* argv[])
     qb::NotificationCenter center;
     qb::AppDelegate delegate(preferences, center);
     delegate.applicationDidFinishLaunching();
+    delegate.listenForInterruptions();
     delegate.openStartupDocuments(parser.positionalArguments());
     return app.exec();
 }

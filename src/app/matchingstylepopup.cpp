@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "matchingstylepopup.h"
 
-#include "kit/filenamedatasource.h"
+#include "sources/filenamedatasource.h"
 
 namespace qb {
 
@@ -10,8 +10,10 @@ QComboBox* makeMatchingStylePopUp(QWidget* parent)
     auto* popUp = new QComboBox(parent);
     popUp->setObjectName(QStringLiteral("matchingStylePopUp"));
     popUp->setAccessibleName(QStringLiteral("File name matching"));
+    // Read by its current item on Linux; the description says what it is.
+    popUp->setAccessibleDescription(popUp->accessibleName());
     const char* titles[] = {"contains", "is equal to", "begins with", "matches", "ends with"};
-    for (FileNameDataSource::MatchingStyle style : FileNameDataSource::allMatchingStyles)
+    for (FileNameDataSource::MatchingStyle style : allMatchingStyles)
         popUp->addItem(QString::fromLatin1(titles[int(style)]), int(style));
     selectMatchingStyle(*popUp, int(FileNameDataSource::MatchingStyle::prefix));
     return popUp;

@@ -3,7 +3,7 @@
 
 #include "app/popoverpanel.h"
 
-#include "kit/shotlistcoordinator.h"
+#include "sources/shotlistcoordinator.h"
 
 #include <QAbstractTableModel>
 

@@ -4,7 +4,7 @@
 #include "updater.h"
 
 #include "extensions/log.h"
-#include "kit/preferences.h"
+#include "preferences/preferences.h"
 #include "widgets/controlbindings.h"
 
 #include <QCheckBox>

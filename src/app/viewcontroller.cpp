@@ -4,66 +4,35 @@
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/errorpresenter.h"
 #include "app/imagedatasoucecontroller.h"
-#include "app/imagewarningviewcontroller.h"
-#include "app/shotlistviewcontroller.h"
-#include "app/writereviewdialogs.h"
+#include "app/imagesareacontroller.h"
+#include "app/writecontroller.h"
 
 #include "widgets/dropviews.h"
-#include "widgets/fileandfolderdialog.h"
+#include "widgets/taborder.h"
 
 #include "documents/mappingsdoc.h"
-#include "kit/matchfindings.h"
-#include "kit/preferences.h"
-#include "kit/shotlistcoordinator.h"
-#include "kit/writejournal.h"
-#include "kit/writepreview.h"
+#include "preferences/preferences.h"
+#include "sources/shotlistcoordinator.h"
 
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"
 
 #include <QAction>
-#include <QCheckBox>
 #include <QFileDialog>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QSet>
 #include <QShowEvent>
-#include <QStyle>
-#include <QTimer>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace qb {
-
-namespace {
-
-const QString assignTitle = QStringLiteral("Assign Metadata");
-const QString workingTitle = QStringLiteral("Working\u2026");
-
-QString methodPhrase(MetadataQueue::WriteMethod method)
-{
-    switch (method) {
-    case MetadataQueue::WriteMethod::direct:
-        return QStringLiteral("directly into the files");
-    case MetadataQueue::WriteMethod::xmp:
-        return QStringLiteral("into XMP sidecar files");
-    case MetadataQueue::WriteMethod::captureOne:
-        return QStringLiteral("to the open Capture One document");
-    }
-    return {};
-}
-
-} // namespace
 
 ViewController::ViewController(MappingsDoc& document, WindowServices services, QWidget* parent)
     : QWidget(parent)
     , m_document(document)
     , m_services(std::move(services))
-    , m_provider(std::make_shared<URLImageProvider>(QList<QUrl>(), true))
 {
     setObjectName(QStringLiteral("viewController"));
     buildView();
@@ -104,65 +73,33 @@ QWidget* ViewController::buildImageBar()
     auto* bar = new QWidget(this);
     auto* layout = new QHBoxLayout(bar);
     layout->setContentsMargins(0, 0, 0, 0);
+    m_images = new ImagesAreaController({m_services.preferences, m_services.center,
+                                         [this] { return m_datasourceView.get(); }, this},
+                                        bar);
+    m_writer = new WriteController(
+        {m_services.preferences, [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
+         [this] { return m_datasourceView->dataSource(); },
+         [this]() -> const ImageProvider& {
+             return m_images->provider();
+         }},
+        bar);
+    layout->addWidget(m_images->view(), 1);
+    layout->addWidget(m_writer->statusLabel());
+    layout->addWidget(m_writer->progressIndicator());
+    layout->addWidget(m_writer->previewButton());
+    layout->addWidget(m_writer->actionButton());
 
-    imageDropTarget = new DestinationView(bar);
-    imageDropTarget->setObjectName(QStringLiteral("imageDropTarget"));
-    imageDropTarget->setAccessibleName(QStringLiteral("Images"));
-    imageDropTarget->setMinimumHeight(48);
-    auto* drop = new QHBoxLayout(imageDropTarget);
-    imageDropNotice = new QLabel(QStringLiteral("Drop images or folders here"), imageDropTarget);
-    imageDropNotice->setObjectName(QStringLiteral("imageDropNotice"));
-    auto* select = new QPushButton(QStringLiteral("Select Images\u2026"), imageDropTarget);
-    select->setObjectName(QStringLiteral("selectImagesButton"));
-    select->setAccessibleName(QStringLiteral("Select images"));
-    imageCountLabel = new QLabel(imageDropTarget);
-    imageCountLabel->setObjectName(QStringLiteral("imageCountLabel"));
-    imageWarningButton = new QToolButton(imageDropTarget);
-    imageWarningButton->setObjectName(QStringLiteral("imageWarningButton"));
-    imageWarningButton->setIcon(style()->standardIcon(QStyle::SP_MessageBoxWarning));
-    imageWarningButton->setAccessibleName(QStringLiteral("Warnings about the images"));
-    imageWarningButton->setToolTip(imageWarningButton->accessibleName());
-    imageWarningButton->setAutoRaise(true);
-    imageStatusButton = new QPushButton(QStringLiteral("Shot List\u2026"), imageDropTarget);
-    imageStatusButton->setObjectName(QStringLiteral("imageStatusButton"));
-    imageStatusButton->setAccessibleName(QStringLiteral("Show the shot list"));
-    drop->addWidget(imageDropNotice);
-    drop->addWidget(imageCountLabel);
-    drop->addWidget(imageWarningButton);
-    drop->addStretch(1);
-    drop->addWidget(imageStatusButton);
-    drop->addWidget(select);
-    layout->addWidget(imageDropTarget, 1);
-
-    m_statusLabel = new QLabel(bar);
-    m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
-    progressIndicator = new QProgressBar(bar);
-    progressIndicator->setObjectName(QStringLiteral("progressIndicator"));
-    progressIndicator->setAccessibleName(QStringLiteral("Writing metadata"));
-    progressIndicator->setRange(0, 0);
-    progressIndicator->setMaximumWidth(120);
-    progressIndicator->setTextVisible(false);
-    progressIndicator->hide();
-    actionButton = new QPushButton(assignTitle, bar);
-    actionButton->setObjectName(QStringLiteral("actionButton"));
-    actionButton->setAccessibleName(assignTitle);
-    actionButton->setDefault(true);
-    previewButton = new QPushButton(QStringLiteral("Preview\u2026"), bar);
-    previewButton->setObjectName(QStringLiteral("previewButton"));
-    previewButton->setAccessibleName(QStringLiteral("Preview the write"));
-    layout->addWidget(m_statusLabel);
-    layout->addWidget(progressIndicator);
-    layout->addWidget(previewButton);
-    layout->addWidget(actionButton);
-
-    m_statusTimer = new QTimer(this);
-    m_statusTimer->setInterval(500);
-    connect(m_statusTimer, &QTimer::timeout, this, &ViewController::showQueueStatus);
-    connect(select, &QPushButton::clicked, this, &ViewController::selectImagesAction);
-    connect(actionButton, &QPushButton::clicked, this, &ViewController::assignMetadata);
-    connect(previewButton, &QPushButton::clicked, this, &ViewController::previewMetadata);
-    connect(imageWarningButton, &QToolButton::clicked, this, &ViewController::showImageWarning);
-    connect(imageStatusButton, &QPushButton::clicked, this, &ViewController::showShotlist);
+    imageDropTarget = m_images->dropTarget();
+    imageDropNotice = m_images->dropNotice();
+    imageCountLabel = m_images->countLabel();
+    imageWarningButton = m_images->warningButton();
+    imageStatusButton = m_images->shotlistButton();
+    progressIndicator = m_writer->progressIndicator();
+    actionButton = m_writer->actionButton();
+    previewButton = m_writer->previewButton();
+    connect(m_images, &ImagesAreaController::imagesChanged, this,
+            &ViewController::updateWriteReadiness);
+    connect(m_writer, &WriteController::writeFinished, this, &ViewController::writeFinished);
     return bar;
 }
 
@@ -177,20 +114,17 @@ void ViewController::viewDidLoad()
     refreshImageDisplay();
     ruleEditor->setDelegate(this);
     ruleEditor->setNestingMode(RuleEditor::NestingMode::list);
+    connect(ruleEditor, &RuleEditor::controlsChanged, this, &ViewController::scheduleTabOrder);
     m_datasourceView = std::make_unique<CSVDataSourceViewController>(panelContext());
     m_datasourceView->setDelegate(this);
-    // A rule text change and a data source change share one name; this
-    // observer takes any object, so it hears both and saves the rows.
-    m_services.center->addObserver(ruleTextChangeNotification, nullptr, this,
-                                   [this](const QObject*) { saveRows(); });
-    actionButton->setEnabled(false);
-    previewButton->setEnabled(false);
+    // The rows are saved for what the user does in this window alone: an
+    // edit of a rule's text reaches us through the rule editor, and a data
+    // source change posted by any window, or by the preferences, saves
+    // nothing, so that it can't mark every open document edited.
     connect(m_services.preferences, &Preferences::writeMethodValueChanged, this, [this] {
         refreshImageDisplay();
         m_services.center->post(dataSourceChangeNotification, this);
     });
-    imageWarningButton->hide();
-    connect(imageDropTarget, &DestinationView::urlsDropped, this, &ViewController::dropImages);
 }
 
 void ViewController::showEvent(QShowEvent* event)
@@ -204,6 +138,10 @@ void ViewController::viewDidAppear()
 {
     setUpPanel(m_document.datasource());
     showPanel();
+    notePanelSettings();
+    // A panel that couldn't read its data shows the saved rows all the same.
+    if (!m_criteriaBuilt)
+        rebuildCriteria();
     applyEditable(m_document.isEditable());
     connect(&m_document, &MappingsDoc::isEditableChanged, this, &ViewController::applyEditable);
     connect(&m_document, &MappingsDoc::currentCriteriaRowsChanged, this,
@@ -217,7 +155,7 @@ void ViewController::applyEditable(bool editable)
         m_datasourceView->setEnabled(editable);
 }
 
-void ViewController::setUpPanel(const QString& name)
+void ViewController::setUpPanel(const QString& name, MappingsDoc::ChangeOrigin origin)
 {
     std::unique_ptr<DataSourcePresentable> panel;
     if (name == MappingsDoc::csvSource())
@@ -230,7 +168,7 @@ void ViewController::setUpPanel(const QString& name)
     }
     // The old panel's view leaves the box with it.
     m_datasourceView = std::move(panel);
-    m_document.setDatasource(name);
+    m_document.setDatasource(name, origin);
     m_datasourceView->setDelegate(this);
     emit datasourceViewChanged();
 }
@@ -243,6 +181,21 @@ void ViewController::showPanel()
         delete item;
     box->addWidget(m_datasourceView->view());
     m_datasourceView->setEnabled(m_document.isEditable());
+    scheduleTabOrder();
+}
+
+void ViewController::scheduleTabOrder()
+{
+    if (m_tabOrderScheduled)
+        return;
+    m_tabOrderScheduled = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_tabOrderScheduled = false;
+            setTabOrderByLayout(this);
+        },
+        Qt::QueuedConnection);
 }
 
 void ViewController::setDatasource(const QString& identifier)
@@ -251,8 +204,11 @@ void ViewController::setDatasource(const QString& identifier)
         qbPrint(QStringLiteral("MenuItem must have an identifier"));
         return;
     }
-    setUpPanel(identifier);
+    setUpPanel(identifier, MappingsDoc::ChangeOrigin::user);
     showPanel();
+    notePanelSettings();
+    // The rows meet the new panel's columns; those it lacks are kept.
+    rebuildCriteria();
 }
 
 bool ViewController::validateUserInterfaceItem(QAction* item) const
@@ -276,45 +232,20 @@ void ViewController::ruleEditorRowsDidChange(RuleEditor&)
 
 void ViewController::refreshImageDisplay()
 {
-    const QList<QUrl> urls = m_provider->urls();
-    if (urls.isEmpty()) {
-        imageDropNotice->show();
-        imageCountLabel->hide();
-        imageWarningButton->hide();
-        imageStatusButton->hide();
-        actionButton->setEnabled(false);
-        previewButton->setEnabled(false);
-        return;
-    }
-    imageDropNotice->hide();
-    imageStatusButton->show();
-    imageCountLabel->show();
-    // No singular: "1 Images".
-    imageCountLabel->setText(QString::number(urls.size()) + QStringLiteral(" Images"));
-    m_validatedImages = ImageValidator::validate(urls, *m_services.preferences);
-    actionButton->show();
-    const bool ready = m_datasourceView && m_datasourceView->isReady();
-    actionButton->setEnabled(!m_working && !m_validatedImages->validImages.isEmpty() && ready);
-    previewButton->setEnabled(actionButton->isEnabled());
-    m_matchFindings = findMatchFindings(m_validatedImages->validImages);
-    imageWarningButton->setVisible(m_validatedImages->invalidCount != 0 ||
-                                   !m_matchFindings.isEmpty() || !m_leftOutImages.isEmpty());
+    m_images->refresh();
 }
 
-QStringList ViewController::findMatchFindings(const QList<QUrl>& images) const
+void ViewController::updateWriteReadiness()
 {
-    if (!m_datasourceView || !m_datasourceView->isReady())
-        return {};
-    const auto source =
-        std::dynamic_pointer_cast<FileNameDataSource>(m_datasourceView->dataSource());
-    return source ? MatchFindings::find(*source, images).lines() : QStringList();
+    m_writer->setReady(m_images->hasWritableImages() && m_datasourceView &&
+                       m_datasourceView->isReady());
 }
 
 void ViewController::rebuildCriteria()
 {
     m_criteriaAreLoading = true;
-    const QStringList keyNames =
-        m_datasourceView ? m_datasourceView->dataSource()->keyNames() : QStringList();
+    m_criteriaBuilt = true;
+    const QStringList keyNames = m_datasourceView ? m_datasourceView->keyNames() : QStringList();
     sourceTagCriteria = makeSourceTagCriteria(keyNames, m_services.center);
     qbLog(QStringLiteral("Updated with %1 new criteria from %2 key names")
               .arg(sourceTagCriteria.size())
@@ -322,125 +253,137 @@ void ViewController::rebuildCriteria()
     const std::vector<MetadataMapping>& mappings = m_document.currentCriteriaRows();
     if (mappings.empty())
         qbLog(QStringLiteral("Document has no saved mappings"));
-    // Rows that find no place are left out, so the placed ones close up.
-    int placed = 0;
+    // Every saved row gets a row of its own, also one whose column the data
+    // lacks: it shows as unfinished and is saved as it was.
     for (std::size_t i = 0; i < mappings.size(); ++i) {
-        auto row = rowForMapping(mappings[i], int(i), sourceTagCriteria);
-        if (!row)
-            continue;
-        if (ruleEditor->numberOfRows() < placed + 1)
-            ruleEditor->addRow();
-        ruleEditor->setCriteria(placed++, std::move(*row));
+        Criteria row = rowForMapping(mappings[i], int(i), sourceTagCriteria);
+        if (ruleEditor->numberOfRows() <= int(i))
+            ruleEditor->addRow(std::move(row));
+        else
+            ruleEditor->setCriteria(int(i), std::move(row));
     }
+    // Rows beyond the saved ones are an undone change, or a new row of an
+    // older tree.
+    while (ruleEditor->numberOfRows() > int(mappings.size()))
+        ruleEditor->removeRow(ruleEditor->numberOfRows() - 1);
     if (ruleEditor->numberOfRows() == 0 && !sourceTagCriteria.empty()) {
         qbPrint(QStringLiteral("Adding row"));
         ruleEditor->addRow();
     }
+    rememberPlacedRows();
     qbLog(QStringLiteral("Finished updating criteria"));
     m_criteriaAreLoading = false;
-    storePanelSettings();
+    // The panel's settings are left as the document has them: they are
+    // stored when the user changes something, not when the window is set up.
+}
+
+// What each row reads as now, beside the mapping it was placed from: a row
+// that still reads so when the rows are saved is saved as its mapping, so
+// that what a row can't show (a second mapper, a regular expression, a
+// destination its mode doesn't offer) isn't lost by an edit of another row.
+void ViewController::rememberPlacedRows()
+{
+    m_placedRows.clear();
+    const std::vector<MetadataMapping>& mappings = m_document.currentCriteriaRows();
+    for (std::size_t i = 0; i < mappings.size() && int(i) < ruleEditor->numberOfRows(); ++i)
+        m_placedRows.push_back({ruleEditor->rowWidget(int(i)),
+                                mappingForRow(ruleEditor->criteriaForRow(int(i)), int(i)),
+                                mappings[i]});
+}
+
+std::vector<MetadataMapping> ViewController::rowsAsSaved() const
+{
+    std::vector<MetadataMapping> rows;
+    for (int i = 0; i < ruleEditor->numberOfRows(); ++i) {
+        std::optional<MetadataMapping> reads = mappingForRow(ruleEditor->criteriaForRow(i), i);
+        const RuleRow* widget = ruleEditor->rowWidget(i);
+        const auto placed = std::find_if(m_placedRows.begin(), m_placedRows.end(),
+                                         [widget](const PlacedRow& p) { return p.row == widget; });
+        if (placed != m_placedRows.end() && placed->readsAs == reads)
+            reads = placed->saved;
+        if (reads)
+            rows.push_back(std::move(*reads));
+    }
+    return rows;
 }
 
 void ViewController::saveRows()
 {
     if (m_criteriaAreLoading)
         return;
-    if (m_firstLoad) {
-        m_firstLoad = false;
-        return;
+    // Only a change makes an undo step: the same rows saved again don't.
+    std::vector<MetadataMapping> rows = rowsAsSaved();
+    if (rows != m_document.currentCriteriaRows())
+        m_document.setCriteria(std::move(rows));
+    const auto wrapper = m_datasourceView ? m_datasourceView->settingsWrapper() : std::nullopt;
+    if (wrapper && wrapper->regularFileContents() != m_panelSettings) {
+        m_panelSettings = wrapper->regularFileContents();
+        m_document.setDatasourceWrapper(*wrapper, MappingsDoc::ChangeOrigin::user);
     }
-    m_document.setCriteria(mappingsForRows(ruleEditor->allRowCriteria()));
-    storePanelSettings();
 }
 
-void ViewController::storePanelSettings()
+// The panel's settings as the document opened them, or as last stored: a
+// save of the rows stores them only when the user has changed them since,
+// as they read differently from how the document wrote them (a bookmark
+// made anew, columns in the file's order) without being another choice.
+void ViewController::notePanelSettings()
 {
-    if (!m_datasourceView)
-        return;
-    if (auto wrapper = m_datasourceView->settingsWrapper())
-        m_document.setDatasourceWrapper(*wrapper);
+    const auto wrapper = m_datasourceView ? m_datasourceView->settingsWrapper() : std::nullopt;
+    m_panelSettings = wrapper ? wrapper->regularFileContents() : std::nullopt;
 }
 
-FileAndFolderDialog& ViewController::openPanel()
+void ViewController::removeRows()
 {
-    if (!m_openPanel) {
-        m_includeSubdirsCheck = new QCheckBox(QStringLiteral("Include subfolders"));
-        m_includeSubdirsCheck->setObjectName(QStringLiteral("includeSubdirsCheck"));
-        m_includeSubdirsCheck->setChecked(true);
-        m_openPanel = new FileAndFolderDialog(window(), m_includeSubdirsCheck);
-        m_openPanel->setObjectName(QStringLiteral("imageOpenPanel"));
-        m_openPanel->setWindowTitle(QStringLiteral("Select Images"));
-        QStringList patterns;
-        for (const QString& type : ImageValidator::writableTypeList())
-            patterns << QStringLiteral("*.") + type.toLower() << QStringLiteral("*.") + type;
-        m_openPanel->setNameFilters(
-            {QStringLiteral("Images (") + patterns.join(QLatin1Char(' ')) + QLatin1Char(')'),
-             QStringLiteral("All files (*)")});
-        m_openPanel->setWindowModality(Qt::WindowModal);
-        connect(m_openPanel, &QDialog::accepted, this, [this] {
-            const QList<QUrl> chosen = m_openPanel->chosenUrls();
-            qbPrint(QStringLiteral("Opening %1 images").arg(chosen.size()));
-            m_provider->setRecursive(m_includeSubdirsCheck->checkState() != Qt::Unchecked);
-            m_provider->setURLs(chosen);
-            m_leftOutImages = m_provider->expandURLs();
-            qbLog(
-                QStringLiteral("Image provider now has %1 images").arg(m_provider->urls().size()));
-            refreshImageDisplay();
-        });
-    }
-    return *m_openPanel;
+    const bool hadRows = !m_document.currentCriteriaRows().empty();
+    m_criteriaAreLoading = true;
+    while (ruleEditor->numberOfRows() > 0)
+        ruleEditor->removeRow(0);
+    m_criteriaAreLoading = false;
+    // The document's change of rows builds them again over the new columns;
+    // without rows to remove, the new columns still need their tree.
+    saveRows();
+    if (!hadRows)
+        rebuildCriteria();
 }
 
 void ViewController::selectImagesAction()
 {
-    openPanel().open();
+    m_images->selectImages();
 }
 
 void ViewController::dropImages(const QList<QUrl>& urls)
 {
-    const FolderSearch found = ImageValidator::expandDropped(urls, false);
-    m_leftOutImages = found.leftOut;
-    m_provider->setURLs(found.images);
-    refreshImageDisplay();
-}
-
-QString ViewController::imageWarningText() const
-{
-    // What exiftool can't write, what couldn't be named, then how the rows
-    // tie to the images.
-    QStringList parts;
-    if (m_validatedImages && m_validatedImages->message)
-        parts << *m_validatedImages->message;
-    if (!m_leftOutImages.isEmpty()) {
-        QStringList names = m_leftOutImages.mid(0, MatchFindings::lineLimit);
-        if (const qsizetype rest = m_leftOutImages.size() - names.size(); rest > 0)
-            names << QStringLiteral("\u2026 and %1 more").arg(rest);
-        parts << QStringLiteral("Left out, as their names aren\u2019t UTF-8:\n") +
-                     names.join(QLatin1Char('\n'));
-    }
-    if (!m_matchFindings.isEmpty())
-        parts << m_matchFindings.join(QLatin1Char('\n'));
-    return parts.join(QStringLiteral("\n\n"));
+    m_images->dropImages(urls);
 }
 
 ImageWarningViewController* ViewController::showImageWarning()
 {
-    const QString text = imageWarningText();
-    auto* warning = new ImageWarningViewController(
-        imageWarningButton, text.isEmpty() ? std::nullopt : std::optional<QString>(text));
-    warning->popUp();
-    return warning;
+    return m_images->showImageWarning();
 }
 
 ShotlistViewController* ViewController::showShotlist()
 {
-    auto* panel = new ShotlistViewController(imageStatusButton);
-    std::optional<ShotlistCoordinator> coordinator;
-    if (m_datasourceView)
-        coordinator.emplace(m_provider, m_datasourceView->dataSource());
-    panel->setUp(std::move(coordinator), *m_services.center, this);
-    panel->popUp();
-    return panel;
+    return m_images->showShotlist();
+}
+
+URLImageProvider& ViewController::provider() const
+{
+    return m_images->provider();
+}
+
+const std::optional<ImageValidator::ValidatedImages>& ViewController::validatedImages() const
+{
+    return m_images->validatedImages();
+}
+
+const QStringList& ViewController::matchFindings() const
+{
+    return m_images->matchFindings();
+}
+
+QLabel* ViewController::statusLabel() const
+{
+    return m_writer->statusLabel();
 }
 
 void ViewController::exportCaptureFolders()
@@ -470,122 +413,24 @@ void ViewController::exportCaptureFolders(const QUrl& folder)
         presentError(window(), created.error());
 }
 
-void ViewController::setWorking(bool working)
-{
-    // Posted, so that the change shows only once the running work returns.
-    QMetaObject::invokeMethod(
-        this,
-        [this, working] {
-            m_working = working;
-            actionButton->setText(working ? workingTitle : assignTitle);
-            actionButton->setEnabled(!working);
-            previewButton->setEnabled(!working);
-            progressIndicator->setVisible(working);
-            progressIndicator->setRange(0, 0);
-            if (working) {
-                m_statusTimer->start();
-                showQueueStatus();
-            } else {
-                m_statusTimer->stop();
-                m_progressText.clear();
-                m_statusLabel->clear();
-            }
-        },
-        Qt::QueuedConnection);
-}
-
-void ViewController::showQueueStatus()
-{
-    const auto method = m_services.preferences->writeMethod();
-    // Waiting for another process's write says more than a count at zero.
-    m_statusLabel->setText(MetadataQueue::shared(method).statusText().value_or(m_progressText));
-}
-
 void ViewController::assignMetadata()
 {
-    setWorking(true);
-    const MetadataQueue::WriteMethod method = m_services.preferences->writeMethod();
-    MetadataQueue& queue = MetadataQueue::shared(method);
-    queue.setSidecarNaming(m_services.preferences->sidecarNaming());
-    queue.setJournalDirectory(m_services.preferences->keepWriteJournal()
-                                  ? std::optional(journalDirectory())
-                                  : std::nullopt);
-    watchQueue(queue);
-    m_lastReport = {};
-    queue.setWriteJobs(m_services.preferences->writeJobs());
-    std::vector<MetadataMapping> mappings = mappingsForRows(ruleEditor->allRowCriteria());
-    const std::shared_ptr<MetadataSource> source = m_datasourceView->dataSource();
-    queue.addImages(*m_provider, *source, std::move(mappings));
-    const int count = queue.imageCount();
-    const QPointer<ViewController> self(this);
-    queue.write([self, method, count](const MetadataQueue::WriteResult& result) {
-        if (self)
-            self->finishWrite(result, method, count);
-    });
+    m_writer->assignMetadata();
 }
 
-void ViewController::finishWrite(const MetadataQueue::WriteResult& result,
-                                 MetadataQueue::WriteMethod method, int count)
+void ViewController::previewMetadata()
 {
-    if (result) {
-        qbLog(QStringLiteral("Metadata written successfully"));
-        if (m_services.preferences->presentDialogueOnSuccess()) {
-            auto* box = new QMessageBox(QMessageBox::Information, QStringLiteral("Quillbrook"),
-                                        QStringLiteral("Metadata was written to %1 images %2.")
-                                            .arg(count)
-                                            .arg(methodPhrase(method)),
-                                        QMessageBox::Ok, window());
-            box->setObjectName(QStringLiteral("successAlert"));
-            box->setAttribute(Qt::WA_DeleteOnClose);
-            box->setWindowModality(Qt::WindowModal);
-            box->open();
-        }
-    } else {
-        qbLog(QStringLiteral("ERROR writing metadata"));
-        qbLog(result.error().errorDescription);
-        const Error error = result.error();
-        // Every failed file with its own reason, not the first error only.
-        const FileOutcomes outcomes = m_lastReport.outcomes;
-        QMetaObject::invokeMethod(
-            this,
-            [this, error, outcomes] {
-                if (countOutcomes(outcomes).failed == 0) {
-                    presentError(window(), error);
-                    return;
-                }
-                auto* dialog = new FailedFilesDialog(error, outcomes, window());
-                dialog->setAttribute(Qt::WA_DeleteOnClose);
-                dialog->setWindowModality(Qt::WindowModal);
-                dialog->open();
-            },
-            Qt::QueuedConnection);
-    }
-    setWorking(false);
-    emit writeFinished(result.has_value());
+    m_writer->previewMetadata();
 }
 
-void ViewController::watchQueue(MetadataQueue& queue)
+void ViewController::restoreLastWrite()
 {
-    if (!m_watchedQueues.insert(&queue).second)
-        return;
-    connect(&queue, &MetadataQueue::writeReported, this, [this](const WriteReport& report) {
-        m_lastReport = report;
-        if (!report.journalPath.isEmpty())
-            m_lastJournal = report.journalPath;
-    });
-    connect(&queue, &MetadataQueue::writeProgress, this, &ViewController::showProgress);
+    m_writer->restoreLastWrite();
 }
 
-void ViewController::showProgress(qsizetype done, qsizetype total)
+bool ViewController::canRestoreLastWrite() const
 {
-    // A short write is over before a bar could tell anything.
-    constexpr qsizetype determinateFrom = 300;
-    if (!m_working || total < determinateFrom)
-        return;
-    progressIndicator->setRange(0, int(total));
-    progressIndicator->setValue(int(done));
-    m_progressText = QStringLiteral("%1 of %2 images written").arg(done).arg(total);
-    showQueueStatus();
+    return m_writer->canRestoreLastWrite();
 }
 
 } // namespace qb

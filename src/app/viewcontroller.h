@@ -5,10 +5,11 @@
 
 #include "widgets/criteriatreedelegate.h"
 
-#include "kit/imagedatasource.h"
-#include "kit/imagevalidator.h"
-#include "kit/metadataqueue.h"
-#include "kit/urlimageprovider.h"
+#include "documents/mappingsdoc.h"
+
+#include "sources/imagedatasource.h"
+#include "sources/imagevalidator.h"
+#include "sources/urlimageprovider.h"
 
 #include <QPointer>
 #include <QWidget>
@@ -16,26 +17,23 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 
 class QAction;
-class QCheckBox;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
 class QPushButton;
-class QTimer;
 class QToolButton;
 
 namespace qb {
 
 class DestinationView;
-class FileAndFolderDialog;
-class MappingsDoc;
+class ImagesAreaController;
+class ImageWarningViewController;
 class NotificationCenter;
 class Preferences;
 class ShotlistViewController;
-class ImageWarningViewController;
+class WriteController;
 
 // What a document window needs from the application around it.
 struct WindowServices {
@@ -46,8 +44,9 @@ struct WindowServices {
     ImageDataSource::ReaderFactory imageReader;
 };
 
-// The one controller of a document window: it joins the document, the rule
-// rows, the data source panel, the images and the assign action.
+// The controller of a document window: it joins the document, the rule
+// rows and the data source panel, and hands the images and the write to
+// controllers of their own.
 class ViewController final : public QWidget,
                              public CriteriaTreeDelegate,
                              public DataSourceDelegate {
@@ -57,7 +56,7 @@ public:
     ViewController(MappingsDoc& document, WindowServices services, QWidget* parent = nullptr);
     ~ViewController() override;
 
-    // The outlets.
+    // The outlets; the images area's and the write's are theirs.
     RuleEditor* ruleEditor;
     QLabel* imageCountLabel;
     QProgressBar* progressIndicator;
@@ -71,21 +70,23 @@ public:
 
     MappingsDoc& document() const { return m_document; }
     DataSourcePresentable* datasourceView() const { return m_datasourceView.get(); }
-    URLImageProvider& provider() const { return *m_provider; }
-    const std::optional<ImageValidator::ValidatedImages>& validatedImages() const
-    {
-        return m_validatedImages;
-    }
-    QLabel* statusLabel() const { return m_statusLabel; }
+    ImagesAreaController& images() const { return *m_images; }
+    WriteController& writer() const { return *m_writer; }
+    URLImageProvider& provider() const;
+    const std::optional<ImageValidator::ValidatedImages>& validatedImages() const;
+    QLabel* statusLabel() const;
     // Where the rows tie to the images ambiguously, as the last refresh of
     // the image display found it: shown beside the image warning.
-    const QStringList& matchFindings() const { return m_matchFindings; }
+    const QStringList& matchFindings() const;
 
     // Actions.
     void selectImagesAction();
     // Chooses the data source panel by name: "csvsource" or "imagesource".
     void setDatasource(const QString& identifier);
     void assignMetadata();
+    void previewMetadata();
+    void restoreLastWrite();
+    bool canRestoreLastWrite() const;
     void exportCaptureFolders();
     void exportCaptureFolders(const QUrl& folder);
     // Marks the data source items by the panel in use; always true.
@@ -95,7 +96,6 @@ public:
 
     // Replaces the images, as a drop of files and folders does.
     void dropImages(const QList<QUrl>& urls);
-    void setWorking(bool working);
 
     void ruleEditorRowsDidChange(RuleEditor& editor) override;
 
@@ -103,6 +103,7 @@ public:
     void rebuildCriteria() override;
     void refreshImageDisplay() override;
     void saveRows() override;
+    void removeRows() override;
 
 signals:
     // The data source panel was replaced.
@@ -113,57 +114,40 @@ signals:
 protected:
     void showEvent(QShowEvent* event) override;
 
-public:
-    // Reads what the write would change and shows it in a table, from
-    // which the user can go on to write.
-    void previewMetadata();
-    // Puts back the values this window's last write replaced, from its
-    // journal, and tells how that went.
-    void restoreLastWrite();
-    // Once this window has written, and while nothing else runs.
-    bool canRestoreLastWrite() const;
-
 private:
-    void showRestored(const std::expected<FileOutcomes, Error>& restored);
     void buildView();
     QWidget* buildImageBar();
     void viewDidLoad();
     void viewDidAppear();
-    void setUpPanel(const QString& name);
+    void setUpPanel(const QString& name,
+                    MappingsDoc::ChangeOrigin origin = MappingsDoc::ChangeOrigin::setUp);
     void showPanel();
     void applyEditable(bool editable);
-    void storePanelSettings();
-    void showQueueStatus();
-    void finishWrite(const MetadataQueue::WriteResult& result, MetadataQueue::WriteMethod method,
-                     int count);
-    void watchQueue(MetadataQueue& queue);
-    void showProgress(qsizetype done, qsizetype total);
-    FileAndFolderDialog& openPanel();
-    QStringList findMatchFindings(const QList<QUrl>& images) const;
-    QString imageWarningText() const;
+    void rememberPlacedRows();
+    // Tab follows the reading order again once the event loop turns.
+    void scheduleTabOrder();
+    void notePanelSettings();
+    // The rows as the document should keep them.
+    std::vector<MetadataMapping> rowsAsSaved() const;
+    void updateWriteReadiness();
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
     WindowServices m_services;
+    struct PlacedRow {
+        QPointer<const RuleRow> row;
+        std::optional<MetadataMapping> readsAs;
+        MetadataMapping saved;
+    };
+
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
-    bool m_firstLoad = true;
     bool m_criteriaAreLoading = false;
-    bool m_working = false;
-    // What exiftool said of this window's last write, its journal included.
-    WriteReport m_lastReport;
-    QString m_lastJournal;
-    // "120 of 1,000 images written" while a long write runs.
-    QString m_progressText;
-    std::set<MetadataQueue*> m_watchedQueues;
-    std::shared_ptr<URLImageProvider> m_provider;
-    std::optional<ImageValidator::ValidatedImages> m_validatedImages;
-    QStringList m_matchFindings;
-    // Images of the last drop or choice left out, as their names aren't UTF-8.
-    QStringList m_leftOutImages;
-    QLabel* m_statusLabel;
-    QTimer* m_statusTimer;
-    QPointer<FileAndFolderDialog> m_openPanel;
-    QCheckBox* m_includeSubdirsCheck = nullptr;
+    bool m_criteriaBuilt = false;
+    bool m_tabOrderScheduled = false;
+    std::vector<PlacedRow> m_placedRows;
+    std::optional<QByteArray> m_panelSettings;
+    ImagesAreaController* m_images = nullptr;
+    WriteController* m_writer = nullptr;
 };
 
 } // namespace qb

@@ -121,9 +121,19 @@ FailedFilesDialog::FailedFilesDialog(const Error& error, const FileOutcomes& out
     m_table = makeTable(QStringLiteral("failedFilesTable"),
                         {QStringLiteral("File"), QStringLiteral("Reason")}, this);
     m_table->setAccessibleName(QStringLiteral("Files that failed"));
-    for (const FileOutcome& outcome : outcomes) {
-        if (outcome.kind == FileOutcomeKind::failed)
-            addRow(*m_table, {QFileInfo(outcome.path).fileName(), outcome.message}, outcome.path);
+    // The files the write didn't get to are listed under the failed ones,
+    // each with why: a stop, or another program still writing it.
+    for (const FileOutcomeKind kind :
+         {FileOutcomeKind::failed, FileOutcomeKind::notWritten, FileOutcomeKind::leftOut}) {
+        for (const FileOutcome& outcome : outcomes) {
+            if (outcome.kind != kind)
+                continue;
+            const QString reason =
+                kind == FileOutcomeKind::failed
+                    ? outcome.message
+                    : QStringLiteral("%1: %2").arg(fileOutcomeKindName(kind), outcome.message);
+            addRow(*m_table, {QFileInfo(outcome.path).fileName(), reason}, outcome.path);
+        }
     }
     m_table->resizeColumnsToContents();
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);

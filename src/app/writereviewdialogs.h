@@ -5,7 +5,7 @@
 
 #include "exif/fileoutcomes.h"
 #include "extensions/error.h"
-#include "kit/writepreview.h"
+#include "writing/writepreview.h"
 
 #include <QDialog>
 

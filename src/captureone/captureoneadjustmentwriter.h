@@ -8,7 +8,7 @@
 #include "exif/exifimage.h"
 #include "extensions/dynamicvalue.h"
 #include "extensions/error.h"
-#include "kit/captureonewriter.h"
+#include "writing/captureonewriter.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "barcodedecoder.h"
 
-#include "embeddedpreview.h"
+#include "framepreviews.h"
+
+#include "exif/embeddedpreview.h"
 
 #include <QBuffer>
 #include <QFileInfo>
@@ -185,16 +187,6 @@ std::expected<QImage, QString> readScaled(QImageReader& reader, int longSide)
     return image;
 }
 
-const QSet<QString>& rawSuffixes()
-{
-    static const QSet<QString> suffixes{"3fr", "ari", "arw", "bay", "braw", "cr2", "cr3", "crw",
-                                        "cs1", "dcr", "dcs", "dng", "drf",  "eip", "erf", "fff",
-                                        "gpr", "iiq", "k25", "kdc", "mdc",  "mef", "mos", "mrw",
-                                        "nef", "nrw", "orf", "pef", "ptx",  "pxn", "r3d", "raf",
-                                        "raw", "rw2", "rwl", "rwz", "sr2",  "srf", "srw", "x3f"};
-    return suffixes;
-}
-
 } // namespace
 
 std::vector<DecodedCode> decodeCodes(const QImage& image)
@@ -226,15 +218,10 @@ Error frameReadError(FrameReadFailure failure, const QString& path, const QStrin
     return error;
 }
 
-BarcodeDecoder::BarcodeDecoder(std::shared_ptr<PreviewSource> previews, DecoderOptions options)
+BarcodeDecoder::BarcodeDecoder(std::shared_ptr<FramePreviews> previews, DecoderOptions options)
     : m_previews(std::move(previews))
     , m_options(options)
 {
-}
-
-bool BarcodeDecoder::isRawFileName(const QString& path)
-{
-    return rawSuffixes().contains(QFileInfo(path).suffix().toLower());
 }
 
 FrameDecoding BarcodeDecoder::decodeFile(const QString& path) const
@@ -250,7 +237,7 @@ std::expected<QImage, Error> BarcodeDecoder::loadFrame(const QString& path) cons
     if (!QFileInfo(path).isFile())
         return std::unexpected(frameReadError(FrameReadFailure::unreadableFile, path,
                                               QStringLiteral("There is no file at %1.").arg(path)));
-    const bool raw = isRawFileName(path);
+    const bool raw = isRawImagePath(path);
     if (raw || (m_options.preferEmbeddedPreview && m_previews)) {
         std::expected<QImage, Error> preview = loadPreview(path);
         if (preview || raw)
@@ -278,19 +265,16 @@ std::expected<QImage, Error> BarcodeDecoder::loadPreview(const QString& path) co
             QStringLiteral("Embedded previews are not read here, and a raw file is never "
                            "decoded in full.")));
     const auto preview = m_previews->preview(path, m_options.longSide);
-    if (!preview) {
-        Error error =
-            frameReadError(FrameReadFailure::unreadableFile, path, preview.error().failureReason);
-        error.underlying = std::make_shared<const Error>(preview.error());
-        return std::unexpected(error);
-    }
-    if (!*preview)
+    if (!preview)
+        return std::unexpected(
+            frameReadError(FrameReadFailure::unreadableFile, path, preview.error()));
+    if (preview->isEmpty())
         return std::unexpected(frameReadError(
             FrameReadFailure::noEmbeddedPreview, path,
             QStringLiteral("The file holds no embedded preview, and a raw file is never "
                            "decoded in full.")));
     QBuffer buffer;
-    buffer.setData(**preview);
+    buffer.setData(*preview);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
     std::expected<QImage, QString> image = readScaled(reader, m_options.longSide);

@@ -17,7 +17,7 @@ class QThreadPool;
 
 namespace qb {
 
-class PreviewSource;
+class FramePreviews;
 
 // One code read in a frame.
 struct DecodedCode {
@@ -64,7 +64,7 @@ struct DecoderOptions {
 class BarcodeDecoder {
 public:
     // A null source means no embedded previews: raw files fail as unreadable.
-    explicit BarcodeDecoder(std::shared_ptr<PreviewSource> previews, DecoderOptions options = {});
+    explicit BarcodeDecoder(std::shared_ptr<FramePreviews> previews, DecoderOptions options = {});
 
     FrameDecoding decodeFile(const QString& path) const;
 
@@ -73,13 +73,10 @@ public:
 
     const DecoderOptions& options() const { return m_options; }
 
-    // Whether the name says raw, which we never decode ourselves.
-    static bool isRawFileName(const QString& path);
-
 private:
     std::expected<QImage, Error> loadPreview(const QString& path) const;
 
-    std::shared_ptr<PreviewSource> m_previews;
+    std::shared_ptr<FramePreviews> m_previews;
     DecoderOptions m_options;
 };
 

@@ -8,15 +8,16 @@
 
 #include "captureone/captureoneadjustmentwriter.h"
 #include "extensions/interruption.h"
-#include "kit/matchfindings.h"
-#include "kit/metadataassignment.h"
-#include "kit/metadataqueue.h"
-#include "kit/preferences.h"
-#include "kit/urlimageprovider.h"
-#include "kit/writechecks.h"
-#include "kit/writejournal.h"
-#include "kit/writepreview.h"
+#include "mapping/metadataassignment.h"
+#include "preferences/preferences.h"
+#include "sources/matchfindings.h"
+#include "sources/urlimageprovider.h"
 #include "writereporting.h"
+#include "writing/metadataqueue.h"
+#include "writing/parallelwrite.h"
+#include "writing/writechecks.h"
+#include "writing/writejournal.h"
+#include "writing/writepreview.h"
 
 #include <QEventLoop>
 
@@ -31,8 +32,14 @@ struct AssignOptions : WriteOptions {
                               QStringLiteral("Print what would be written; write nothing.")};
     QCommandLineOption strict{QStringLiteral("strict"),
                               QStringLiteral("Write nothing, and exit with status 2, when an image "
-                                             "matches more than one row or a row with an empty "
-                                             "key matches every image.")};
+                                             "matches more than one row, a row with an empty "
+                                             "key matches every image, or several rows of the "
+                                             "data have one key.")};
+    QCommandLineOption emptyCells{QStringLiteral("empty-cells"),
+                                  QStringLiteral("keep leaves a tag as the file has it where the "
+                                                 "cell is empty or blank; clear writes the tag "
+                                                 "empty (default: the preferences, else keep)."),
+                                  QStringLiteral("keep|clear")};
     QCommandLineOption method{QStringLiteral("method"),
                               QStringLiteral("direct, xmp or captureone (default: the "
                                              "write method of the preferences)."),
@@ -70,14 +77,23 @@ std::optional<Method> writeMethodNamed(const QString& name)
 // on stdout after a success, the error and the counts on stderr after a
 // failure.
 ExitStatus report(const MetadataQueue::WriteResult& outcome, const WriteReport& report,
-                  qsizetype leftOut, Streams& streams)
+                  Streams& streams)
 {
     for (const QString& warning : report.warnings)
         printError(streams, warning);
-    QString counts = report.outcomes.empty() ? report.countsText()
-                                             : outcomeCountsText(countOutcomes(report.outcomes));
-    if (leftOut > 0 && !counts.isEmpty())
-        counts += QStringLiteral(", %1 left out").arg(leftOut);
+    for (const QString& note : report.notes)
+        printError(streams, note);
+    for (const FileOutcome& file : report.outcomes) {
+        if (file.kind == FileOutcomeKind::leftOut)
+            printError(streams, QStringLiteral("left out, as %1: %2")
+                                    .arg(file.message == leftOutReason::stillBeingWritten()
+                                             ? QStringLiteral("it is still being written")
+                                             : file.message,
+                                         file.path));
+    }
+    const QString counts = report.outcomes.empty()
+                               ? report.countsText()
+                               : outcomeCountsText(countOutcomes(report.outcomes));
     if (!outcome) {
         printError(streams, outcome.error());
         printFailedFiles(report.outcomes, streams);
@@ -101,10 +117,34 @@ struct WriteChoice {
     bool journal = true;
     QString reportPath;
     int jobs = 0;
+    EmptyCells emptyCells = EmptyCells::keep;
 };
 
+// The images a search left out, as outcomes for the closing counts and the
+// report.
+FileOutcomes leftOutByName(const FolderSearch& found)
+{
+    FileOutcomes outcomes;
+    for (const QString& path : found.leftOut)
+        outcomes.push_back({path, FileOutcomeKind::leftOut, leftOutReason::nameNotUtf8()});
+    return outcomes;
+}
+
+// The report at the end: one that can't be written makes the run fail.
+ExitStatus saveReportAtEnd(ExitStatus status, const WriteReport& written, const QString& path,
+                           const QString& note, Streams& streams)
+{
+    if (path.isEmpty())
+        return status;
+    if (auto saved = saveReport(written, path, note); !saved) {
+        printError(streams, saved.error());
+        return status == ExitStatus::success ? ExitStatus::failure : status;
+    }
+    return status;
+}
+
 ExitStatus write(const ExifImages& images, const WriteChoice& choice, const QString& exiftool,
-                 qsizetype leftOut, Streams& streams)
+                 const FileOutcomes& leftOut, Streams& streams)
 {
     const Method method = choice.method;
     const SidecarNaming naming = choice.naming;
@@ -133,22 +173,47 @@ ExitStatus write(const ExifImages& images, const WriteChoice& choice, const QStr
     });
     loop.exec();
     bar.finish();
-    if (!choice.reportPath.isEmpty()) {
-        if (auto saved = saveReport(written, choice.reportPath); !saved)
-            printError(streams, saved.error());
+    // Those left out by their names come first, as the search found them.
+    written.outcomes.insert(written.outcomes.begin(), leftOut.begin(), leftOut.end());
+    const ExitStatus status = report(*outcome, written, streams);
+    return saveReportAtEnd(status, written, choice.reportPath, {}, streams);
+}
+
+Json exiftoolBatch(const ExifImages& images)
+{
+    Json batch = Json::array();
+    for (const auto& image : images)
+        batch.push_back(image->exiftoolJson());
+    return batch;
+}
+
+// The tags that empty cells leave alone, told on stderr: the batch on
+// stdout is exactly what exiftool would get, which names none of them.
+void tellLeftAlone(const ExifImages& images, Streams& streams)
+{
+    constexpr int shown = 5;
+    int told = 0;
+    int withEmpty = 0;
+    for (const auto& image : images) {
+        if (image->notes.leftAlone.isEmpty())
+            continue;
+        ++withEmpty;
+        if (told++ < shown)
+            printError(streams, QStringLiteral("%1: empty cells leave %2 as the file has them")
+                                    .arg(image->url().value_or(QUrl()).fileName(QUrl::FullyDecoded),
+                                         image->notes.leftAlone.join(QStringLiteral(", "))));
     }
-    return report(*outcome, written, leftOut, streams);
+    if (withEmpty > shown)
+        printError(streams, QStringLiteral("\u2026 and in %1 more images").arg(withEmpty - shown));
 }
 
 // What would go out: exiftool's JSON batch, or for Capture One each group's
 // files and script.
 void printDryRun(const ExifImages& images, Method method, Streams& streams)
 {
+    tellLeftAlone(images, streams);
     if (method != Method::captureOne) {
-        Json batch = Json::array();
-        for (const auto& image : images)
-            batch.push_back(image->exiftoolJson());
-        printJson(streams.out, batch);
+        printJson(streams.out, exiftoolBatch(images));
         return;
     }
     MetadataQueue::ImageMap byUrl;
@@ -187,7 +252,7 @@ std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method me
         return std::nullopt;
     const auto writable =
         WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
-    if (auto checked = checkBatch(images, writable.get()); !checked) {
+    if (auto checked = checkBatch(images, writable.get(), method == Method::xmp); !checked) {
         printError(streams, checked.error());
         return ExitStatus::usage;
     }
@@ -203,9 +268,21 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
 {
     Preferences preferences;
     preferences.registerDefaults();
-    WriteChoice choice{preferences.writeMethod(), preferences.sidecarNaming(),
+    WriteChoice choice{preferences.writeMethod(),
+                       preferences.sidecarNaming(),
                        preferences.keepWriteJournal() && !parser.isSet(options.noJournal),
-                       parser.value(options.report), preferences.writeJobs()};
+                       parser.value(options.report),
+                       preferences.writeJobs(),
+                       preferences.emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep};
+    if (parser.isSet(options.emptyCells)) {
+        const auto named = emptyCellsNamed(parser.value(options.emptyCells));
+        if (!named) {
+            printError(streams, QStringLiteral("unknown --empty-cells '%1'; use keep or clear")
+                                    .arg(parser.value(options.emptyCells)));
+            return std::unexpected(ExitStatus::usage);
+        }
+        choice.emptyCells = *named;
+    }
     if (parser.isSet(options.method)) {
         const auto named = writeMethodNamed(parser.value(options.method));
         if (!named) {
@@ -230,6 +307,16 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
                                     .arg(parser.value(options.jobs)));
             return std::unexpected(ExitStatus::usage);
         }
+        // More exiftools than that only take turns for the same cores and
+        // memory.
+        const int most = maximumJobs();
+        if (choice.jobs > most) {
+            printError(streams, QStringLiteral("--jobs %1 is more than four per core; %2 are "
+                                               "used")
+                                    .arg(choice.jobs)
+                                    .arg(most));
+            choice.jobs = most;
+        }
     }
     return choice;
 }
@@ -247,6 +334,8 @@ chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
     }
     for (const QString& warning : missingColumnWarnings(*mappings, source.dataSource->keyNames()))
         printError(streams, warning);
+    for (const QString& warning : overruledRuleWarnings(*mappings))
+        printError(streams, warning);
     return std::move(*mappings);
 }
 
@@ -259,8 +348,23 @@ FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions&
                                                 !parser.isSet(sourceOptions.noRecursive))
                                    .search();
     for (const QString& path : found.leftOut)
-        printError(streams, QStringLiteral("left out, as its name isn\u2019t UTF-8: %1").arg(path));
+        printError(streams,
+                   QStringLiteral("left out, as %1: %2").arg(leftOutReason::nameNotUtf8(), path));
     return found;
+}
+
+// Writes what a dry run or a preview would do into the report, if one is
+// asked for.
+ExitStatus savePlan(ExitStatus status, const QString& plan, const Json& json,
+                    const FileOutcomes& leftOut, const QString& path, Streams& streams)
+{
+    if (path.isEmpty() || status != ExitStatus::success)
+        return status;
+    if (auto saved = savePlanReport(plan, json, leftOut, path); !saved) {
+        printError(streams, saved.error());
+        return ExitStatus::failure;
+    }
+    return status;
 }
 
 // Maps the images and writes them, or prints what a write would send.
@@ -274,27 +378,46 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
     if (!mappings)
         return mappings.error();
     const FolderSearch found = searchImages(parser, sourceOptions, streams);
+    if (!choice.reportPath.isEmpty()) {
+        if (const auto problem = reportPathProblem(choice.reportPath, found.images)) {
+            printError(streams, *problem);
+            return ExitStatus::usage;
+        }
+    }
     if (const auto stopped = tellFindings(MatchFindings::find(*source->dataSource, found.images),
                                           parser.isSet(options.strict), streams))
         return *stopped;
     const ExifImages images =
-        mapImages(URLListProvider(found.images), *source->dataSource, *mappings);
+        mapImages(URLListProvider(found.images), *source->dataSource, *mappings, choice.emptyCells);
     const QString exiftool = parser.value(sourceOptions.exiftool);
     if (const auto refused = checkBeforeWriting(images, choice.method, exiftool, streams))
         return *refused;
-    if (parser.isSet(options.preview))
-        return printPreview(images, unmatchedImages(found.images, images), exiftoolFor(exiftool),
-                            choice.jobs, parser.isSet(options.json), streams);
+    const FileOutcomes leftOut = leftOutByName(found);
+    if (parser.isSet(options.preview)) {
+        const PreviewSource readFrom{choice.method == Method::xmp, choice.naming};
+        const auto preview =
+            printPreview(images, unmatchedImages(found.images, images), exiftoolFor(exiftool),
+                         choice.jobs, readFrom, parser.isSet(options.json), streams);
+        if (!preview)
+            return preview.error();
+        return savePlan(ExitStatus::success, QStringLiteral("preview"), *preview, leftOut,
+                        choice.reportPath, streams);
+    }
     if (parser.isSet(options.dryRun)) {
         printDryRun(images, choice.method, streams);
-        return ExitStatus::success;
+        return savePlan(ExitStatus::success, QStringLiteral("dry run"),
+                        Json{{"batch", exiftoolBatch(images)}}, leftOut, choice.reportPath,
+                        streams);
     }
     if (images.empty()) {
         // Nothing to hand to exiftool, which would only fail on an empty batch.
-        printError(streams, QStringLiteral("no image matched a row; nothing was written"));
-        return ExitStatus::success;
+        const QString nothing = QStringLiteral("no image matched a row; nothing was written");
+        printError(streams, nothing);
+        WriteReport none;
+        none.outcomes = leftOut;
+        return saveReportAtEnd(ExitStatus::success, none, choice.reportPath, nothing, streams);
     }
-    return write(images, choice, exiftool, found.leftOut.size(), streams);
+    return write(images, choice, exiftool, leftOut, streams);
 }
 
 } // namespace
@@ -310,7 +433,7 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     const SourceOptions sourceOptions;
     parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
                        options.sidecarName, options.preview, options.json, options.report,
-                       options.noJournal, options.jobs});
+                       options.noJournal, options.jobs, options.emptyCells});
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))

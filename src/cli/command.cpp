@@ -12,7 +12,8 @@ const QString programName = QStringLiteral("quillbrook-cli");
 
 void printUsage(QTextStream& stream)
 {
-    stream << "Usage: " << programName << " [--help] [--version] COMMAND [OPTIONS] [ARGS]\n\n"
+    stream << "Usage: " << programName
+           << " [--help] [--version] [--verbose] COMMAND [OPTIONS] [ARGS]\n\n"
            << "Assigns metadata to image files from tabular data.\n\nCommands:\n";
     for (const Command& command : commands())
         stream << "  " << command.name.leftJustified(12) << command.summary << '\n';

@@ -4,7 +4,7 @@
 
 #include "jsonoutput.h"
 
-#include "kit/csvdatasource.h"
+#include "sources/csvdatasource.h"
 
 #include <QFileInfo>
 
@@ -17,7 +17,7 @@ Json tableJson(const CSVDataSource& source)
     Json metadata = Json::object();
     const QStringList headers = source.keyNames();
     for (const QString& key : source.keys()) {
-        const MetadataRow& row = source.metadata().at(key);
+        const MetadataRow row = source.row(key).value_or(MetadataRow());
         Json fields = Json::object();
         for (const QString& header : headers) {
             if (const auto it = row.find(header); it != row.end())
@@ -32,15 +32,39 @@ Json tableJson(const CSVDataSource& source)
     return json;
 }
 
-Json fileJson(const CSVReader::FileView& view)
+// `json` as printJson prints it, nested `depth` levels deep.
+std::string nestedJson(const Json& json, int depth)
 {
-    Json rows = Json::array();
-    for (qsizetype i = 0; i < view.rowCount(); ++i)
-        rows.push_back(jsonStrings(view.row(i)));
-    Json json = Json::object();
-    json["headers"] = jsonStrings(view.headers());
-    json["rows"] = rows;
-    return json;
+    const std::string text = json.dump(2, ' ', false, Json::error_handler_t::replace);
+    std::string nested;
+    nested.reserve(text.size() + text.size() / 4);
+    for (const char c : text) {
+        nested += c;
+        if (c == '\n')
+            nested.append(std::size_t(depth) * 2, ' ');
+    }
+    return nested;
+}
+
+// {"headers": [...], "rows": [[...], ...]} as printJson prints it, a row at
+// a time, so that the JSON of a file of millions of rows is never held whole.
+void printFileJson(QTextStream& out, const CSVReader::FileView& view)
+{
+    out << "{\n  \"headers\": "
+        << QString::fromStdString(nestedJson(jsonStrings(view.headers()), 1)) << ",\n  \"rows\": ";
+    if (view.rowCount() == 0) {
+        out << "[]\n}\n";
+        out.flush();
+        return;
+    }
+    out << "[\n";
+    for (qsizetype i = 0; i < view.rowCount(); ++i) {
+        std::string row = "    " + nestedJson(jsonStrings(view.row(i)), 2);
+        row += i + 1 < view.rowCount() ? ",\n" : "\n";
+        out << QString::fromStdString(row);
+    }
+    out << "  ]\n}\n";
+    out.flush();
 }
 
 } // namespace
@@ -192,7 +216,7 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
     }
 
     if (!parser.isSet(keyOption)) {
-        printJson(streams.out, fileJson(*source.csvData()));
+        printFileJson(streams.out, *source.csvData());
         return ExitStatus::success;
     }
     const QString key = parser.value(keyOption);

@@ -3,7 +3,7 @@
 
 #include "command.h"
 
-#include "kit/csvdatasource.h"
+#include "sources/csvdatasource.h"
 
 #include <expected>
 

@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <syslog.h>
 #include <unistd.h>
 
 namespace {
@@ -28,6 +29,19 @@ void installInterruptionHandlers()
     sigaction(SIGTERM, &action, nullptr);
 }
 
+// Takes --verbose out of the arguments, wherever it stands before a "--",
+// so that every command has it.
+bool takeVerbose(QStringList& arguments)
+{
+    const qsizetype end = arguments.indexOf(QStringLiteral("--"));
+    const qsizetype before = arguments.size();
+    for (qsizetype i = (end < 0 ? arguments.size() : end) - 1; i >= 1; --i) {
+        if (arguments[i] == QLatin1String("--verbose"))
+            arguments.removeAt(i);
+    }
+    return arguments.size() != before;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -37,14 +51,20 @@ int main(int argc, char* argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("Quillbrook"));
     QCoreApplication::setApplicationVersion(QStringLiteral(QB_VERSION));
 
-    // stdout carries each command's result; the libraries' diagnostics are
-    // progress, shown only to a person watching a terminal.
+    // stdout carries each command's result. The libraries' diagnostics
+    // ("register() [...]", the queue's timer) go to the system log, and to
+    // stderr only for a user who asks for them with --verbose.
+    QStringList arguments = QCoreApplication::arguments();
+    const bool verbose = takeVerbose(arguments);
     const bool terminal = isatty(STDERR_FILENO) == 1;
-    const qb::LogSink toStderr = [](const QString& text) {
-        std::fputs(qPrintable(text + QLatin1Char('\n')), stderr);
+    ::openlog("quillbrook-cli", LOG_PID, LOG_USER);
+    const qb::LogSink sink = [verbose](const QString& text) {
+        ::syslog(LOG_INFO, "%s", text.toUtf8().constData());
+        if (verbose)
+            std::fputs((text + QLatin1Char('\n')).toUtf8().constData(), stderr);
     };
-    qb::setPrintSink(terminal ? toStderr : qb::LogSink());
-    qb::setLogSink(terminal ? toStderr : qb::LogSink());
+    qb::setPrintSink(sink);
+    qb::setLogSink(sink);
 
     QTextStream out(stdout);
     QTextStream err(stderr);
@@ -56,7 +76,7 @@ int main(int argc, char* argv[])
             qb::cli::printError(streams, qb::RegexTimeouts::message(pattern));
         });
     installInterruptionHandlers();
-    const qb::cli::ExitStatus status = qb::cli::run(QCoreApplication::arguments(), streams);
+    const qb::cli::ExitStatus status = qb::cli::run(arguments, streams);
     if (const int signal = qb::interruptionSignal()) {
         if (status != qb::cli::ExitStatus::interrupted)
             qb::cli::printError(streams, QStringLiteral("Interrupted"));

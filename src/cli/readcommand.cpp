@@ -5,7 +5,7 @@
 #include "jsonoutput.h"
 
 #include "exif/metadatareader.h"
-#include "kit/urlimageprovider.h"
+#include "sources/urlimageprovider.h"
 
 #include <QFileInfo>
 

@@ -6,10 +6,10 @@
 #include "jsonoutput.h"
 #include "sourceoptions.h"
 
-#include "kit/imagevalidator.h"
-#include "kit/preferences.h"
-#include "kit/shotlistcoordinator.h"
-#include "kit/urlimageprovider.h"
+#include "preferences/preferences.h"
+#include "sources/imagevalidator.h"
+#include "sources/shotlistcoordinator.h"
+#include "sources/urlimageprovider.h"
 
 namespace qb::cli {
 

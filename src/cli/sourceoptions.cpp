@@ -5,9 +5,9 @@
 
 #include "documents/mappingsdoc.h"
 #include "exif/metadatareader.h"
-#include "kit/csvdatasource.h"
-#include "kit/imagedatasource.h"
-#include "kit/urlimageprovider.h"
+#include "sources/csvdatasource.h"
+#include "sources/imagedatasource.h"
+#include "sources/urlimageprovider.h"
 
 #include <QFileInfo>
 
@@ -166,6 +166,7 @@ std::expected<LoadedSource, ExitStatus> loadSource(const QCommandLineParser& par
         }
         loaded.documentRows = (*document)->currentCriteriaRows();
         takeDocumentCsv(**document, settings);
+        loaded.files << absolutePath(parser.value(options.document));
     }
     if (auto read = readOptions(parser, options, settings); !read) {
         printError(streams, read.error());
@@ -194,6 +195,8 @@ std::expected<LoadedSource, ExitStatus> loadSource(const QCommandLineParser& par
     if (!source)
         return std::unexpected(source.error());
     loaded.dataSource = std::move(*source);
+    if (settings.csvPath && !parser.isSet(options.imageSource))
+        loaded.files << absolutePath(*settings.csvPath);
     loaded.dataSource->setMatchingStyle(settings.style.value_or(Style::prefix));
     return loaded;
 }

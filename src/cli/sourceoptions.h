@@ -4,8 +4,8 @@
 #include "command.h"
 #include "csvcommand.h"
 
-#include "kit/filenamedatasource.h"
-#include "kit/metadatamapping.h"
+#include "mapping/metadatamapping.h"
+#include "sources/filenamedatasource.h"
 
 #include <QUrl>
 
@@ -59,6 +59,9 @@ struct LoadedSource {
     std::shared_ptr<FileNameDataSource> dataSource;
     // The document's rule rows, when a document was given.
     std::optional<std::vector<MetadataMapping>> documentRows;
+    // The files the rows were read from, for a command that reads them
+    // again when they change.
+    QStringList files;
 };
 
 // Opens the document, reads the CSV file or the source images, and keys the

@@ -4,15 +4,20 @@
 #include "watchcommand.h"
 
 #include "sourceoptions.h"
+#include "watchrows.h"
 #include "writeoptions.h"
 
 #include "exif/stayopenexiftool.h"
+#include "extensions/filesinuse.h"
 #include "extensions/interruption.h"
-#include "kit/folderwatcher.h"
-#include "kit/metadataassignment.h"
-#include "kit/metadataqueue.h"
-#include "kit/preferences.h"
-#include "kit/writechecks.h"
+#include "mapping/metadataassignment.h"
+#include "preferences/preferences.h"
+#include "writing/folderclaim.h"
+#include "writing/folderwatcher.h"
+#include "writing/metadataqueue.h"
+#include "writing/sessionjournal.h"
+#include "writing/writechecks.h"
+#include "writing/writejournal.h"
 
 #include <QEventLoop>
 #include <QFileInfo>
@@ -25,6 +30,10 @@ namespace qb::cli {
 namespace {
 
 using Method = MetadataQueue::WriteMethod;
+using Milliseconds = FolderWatcher::Milliseconds;
+
+// How often the files the rows come from are looked at between captures.
+constexpr int rowsCheckMilliseconds = 500;
 
 struct WatchOptions : WriteOptions {
     QCommandLineOption method{QStringLiteral("method"),
@@ -38,20 +47,41 @@ struct WatchOptions : WriteOptions {
                                            "for change notices; network mounts are always "
                                            "polled (every 2 seconds unless given)."),
                             QStringLiteral("SECONDS")};
+    QCommandLineOption settle{QStringLiteral("settle"),
+                              QStringLiteral("When polling, how long a file must keep its size "
+                                             "and time to count as whole (default: 3)."),
+                              QStringLiteral("SECONDS")};
+    QCommandLineOption noJournal{QStringLiteral("no-journal"),
+                                 QStringLiteral("Keep no journal of the session's writes.")};
 };
 
 struct WatchSetup {
     Method method = Method::direct;
     SidecarNaming naming = SidecarNaming::name;
     FolderWatcher::Options watching;
+    bool journal = true;
 };
+
+std::expected<Milliseconds, QString> seconds(const QCommandLineParser& parser,
+                                             const QCommandLineOption& option)
+{
+    bool number = false;
+    const double value = parser.value(option).toDouble(&number);
+    if (!number || value <= 0 || value > 86400)
+        return std::unexpected(QStringLiteral("--%1 takes a number of seconds, not '%2'")
+                                   .arg(option.names().first(), parser.value(option)));
+    return Milliseconds(qint64(value * 1000));
+}
 
 std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
                                                const WatchOptions& options)
 {
     Preferences preferences;
     preferences.registerDefaults();
-    WatchSetup setup{preferences.writeMethod(), preferences.sidecarNaming(), {}};
+    WatchSetup setup{preferences.writeMethod(),
+                     preferences.sidecarNaming(),
+                     {},
+                     preferences.keepWriteJournal() && !parser.isSet(options.noJournal)};
     if (parser.isSet(options.method)) {
         const QString name = parser.value(options.method);
         if (name != QLatin1String("direct") && name != QLatin1String("xmp"))
@@ -68,12 +98,16 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
     setup.naming = *naming;
     setup.watching.recursive = parser.isSet(options.recursive);
     if (parser.isSet(options.poll)) {
-        bool number = false;
-        const double seconds = parser.value(options.poll).toDouble(&number);
-        if (!number || seconds <= 0 || seconds > 86400)
-            return std::unexpected(QStringLiteral("--poll takes a number of seconds, not '%1'")
-                                       .arg(parser.value(options.poll)));
-        setup.watching.poll = FolderWatcher::Milliseconds(qint64(seconds * 1000));
+        const auto poll = seconds(parser, options.poll);
+        if (!poll)
+            return std::unexpected(poll.error());
+        setup.watching.poll = *poll;
+    }
+    if (parser.isSet(options.settle)) {
+        const auto settle = seconds(parser, options.settle);
+        if (!settle)
+            return std::unexpected(settle.error());
+        setup.watching.settle = *settle;
     }
     return setup;
 }
@@ -81,14 +115,18 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
 // Writes the arrivals one at a time, in order, and says how each went.
 class Watch {
 public:
-    Watch(FolderWatcher& watcher, MetadataQueue& queue, const LoadedSource& source,
-          std::vector<MetadataMapping> mappings, Streams& streams)
+    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, Streams& streams)
         : m_watcher(watcher)
         , m_queue(queue)
-        , m_source(source)
-        , m_mappings(std::move(mappings))
+        , m_rows(rows)
         , m_streams(streams)
     {
+        QObject::connect(&queue, &MetadataQueue::writeReported, &queue,
+                         [this](const WriteReport& report) {
+                             for (const QString& warning : report.warnings)
+                                 printError(m_streams, warning);
+                             m_outcomes = report.outcomes;
+                         });
     }
 
     void take(const QString& path)
@@ -96,13 +134,25 @@ public:
         m_waiting.push_back(path);
         next();
     }
+    void leaveOut(const QString& readablePath)
+    {
+        printError(m_streams, QStringLiteral("%1: the name isn't UTF-8; left out")
+                                  .arg(QFileInfo(readablePath).fileName()));
+        ++m_leftOut;
+    }
     bool isWriting() const { return m_writing; }
+    void refreshRows()
+    {
+        if (!m_writing)
+            m_rows.refresh();
+    }
     QString summary() const
     {
-        return QStringLiteral("watch stopped: %1 written, %2 failed, %3 skipped")
+        return QStringLiteral("watch stopped: %1 written, %2 failed, %3 skipped, %4 left out")
             .arg(m_written)
             .arg(m_failed)
-            .arg(m_skipped);
+            .arg(m_skipped)
+            .arg(m_leftOut);
     }
 
 private:
@@ -112,9 +162,17 @@ private:
             return;
         const QString path = m_waiting.front();
         m_waiting.pop_front();
+        // A writer may have taken it up again while it waited its turn.
+        if (filesOpenForWriting({path}).contains(path)) {
+            m_watcher.notWholeYet(path);
+            next();
+            return;
+        }
+        m_rows.refresh();
         const QString name = QFileInfo(path).fileName();
-        const ExifImages images = mapImages(URLListProvider({QUrl::fromLocalFile(path)}),
-                                            *m_source.dataSource, m_mappings);
+        const ExifImages images =
+            mapImages(URLListProvider({QUrl::fromLocalFile(path)}),
+                      *m_rows.rows().source.dataSource, m_rows.rows().mappings);
         if (images.empty()) {
             printError(m_streams, QStringLiteral("%1: matches no row; skipped").arg(name));
             ++m_skipped;
@@ -126,15 +184,20 @@ private:
             return entry.first != ExifImage::sourceFileKey;
         });
         m_writing = true;
+        m_outcomes.clear();
         m_queue.enqueue(images);
         m_queue.write([this, path, name, tags](const MetadataQueue::WriteResult& result) {
             m_writing = false;
-            if (result) {
+            const auto failed = std::ranges::find_if(m_outcomes, [](const FileOutcome& outcome) {
+                return outcome.kind == FileOutcomeKind::failed;
+            });
+            if (result && failed == m_outcomes.end()) {
                 m_streams.out << name << ": " << tags << (tags == 1 ? " tag" : " tags") << '\n';
                 m_streams.out.flush();
                 ++m_written;
             } else {
-                printError(m_streams, name + QStringLiteral(": ") + result.error().message());
+                printError(m_streams, name + QStringLiteral(": ") +
+                                          (result ? failed->message : result.error().message()));
                 ++m_failed;
                 // The next capture must not carry this one's failure along.
                 m_queue.clearQueue();
@@ -146,29 +209,38 @@ private:
 
     FolderWatcher& m_watcher;
     MetadataQueue& m_queue;
-    const LoadedSource& m_source;
-    std::vector<MetadataMapping> m_mappings;
+    WatchRows& m_rows;
     Streams& m_streams;
     std::deque<QString> m_waiting;
+    FileOutcomes m_outcomes;
     bool m_writing = false;
     int m_written = 0;
     int m_failed = 0;
     int m_skipped = 0;
+    int m_leftOut = 0;
 };
 
 // Starts exiftool and learns its writable tags now, so that the first
-// capture doesn't wait for either.
+// capture doesn't wait for either. The exiftool is handed the writer lock's
+// file first, so that a kill of ours in the middle of a write leaves the
+// lock held until it has gone too.
 void warmUp(MetadataQueue& queue, StayOpenExiftool& exiftool)
 {
     const QString program = queue.exiftoolLocation();
     WritableTagsCache::shared().tagsOf(program, ExiftoolConfig::none());
+    [[maybe_unused]] const auto handedDown = WriterLock().handDown();
     if (QFileInfo(program).isExecutable())
         exiftool.run(program, {QStringLiteral("-ver")});
 }
 
-ExitStatus watch(const QString& folder, const WatchSetup& setup, const LoadedSource& source,
-                 std::vector<MetadataMapping> mappings, const QString& exiftool, Streams& streams)
+ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows,
+                 const QString& exiftool, Streams& streams)
 {
+    const auto claim = FolderClaim::take(folder);
+    if (!claim) {
+        printError(streams, claim.error());
+        return ExitStatus::failure;
+    }
     // A queue of our own: its timer never fires, each arrival is written
     // when told, and its exiftool goes with it.
     MetadataQueue queue(setup.method, 86400.0, true);
@@ -177,11 +249,13 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, const LoadedSou
     queue.setSidecarNaming(setup.naming);
     const auto longLived = std::make_shared<StayOpenExiftool>();
     queue.setLongLivedExiftool(longLived);
-    QObject::connect(&queue, &MetadataQueue::writeReported, &queue,
-                     [&streams](const WriteReport& report) {
-                         for (const QString& warning : report.warnings)
-                             printError(streams, warning);
-                     });
+    // One journal for the session, so that one undo reverts it.
+    std::shared_ptr<SessionJournal> journal;
+    if (setup.journal) {
+        journal = std::make_shared<SessionJournal>(journalDirectory(), caseName(setup.method),
+                                                   QDateTime::currentDateTimeUtc());
+        queue.setSessionJournal(journal);
+    }
 
     FolderWatcher watcher(folder, setup.watching);
     if (auto started = watcher.start(); !started) {
@@ -195,20 +269,32 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, const LoadedSou
                                   .arg(double(watcher.pollInterval().count()) / 1000.0)
                             : QStringLiteral("watching %1; Ctrl-C stops").arg(folder));
 
-    Watch writes(watcher, queue, source, std::move(mappings), streams);
+    Watch writes(watcher, queue, rows, streams);
+    std::optional<QString> gone;
     QObject::connect(&watcher, &FolderWatcher::arrived, &watcher,
                      [&writes](const QString& path) { writes.take(path); });
+    QObject::connect(&watcher, &FolderWatcher::leftOut, &watcher,
+                     [&writes](const QString& path) { writes.leaveOut(path); });
+    QObject::connect(&watcher, &FolderWatcher::folderGone, &watcher,
+                     [&gone](const QString& reason) { gone = reason; });
     QEventLoop loop;
     // The signal handler only sets a flag; the write in hand finishes first.
     QTimer stop;
     QObject::connect(&stop, &QTimer::timeout, &loop, [&] {
-        if (isInterrupted() && !writes.isWriting())
+        if ((isInterrupted() || gone) && !writes.isWriting())
             loop.quit();
     });
     stop.start(50);
+    QTimer rowsCheck;
+    QObject::connect(&rowsCheck, &QTimer::timeout, &loop, [&writes] { writes.refreshRows(); });
+    rowsCheck.start(rowsCheckMilliseconds);
     loop.exec();
+    if (gone)
+        printError(streams, *gone + QStringLiteral("; watch stops"));
     printError(streams, writes.summary());
-    return ExitStatus::interrupted;
+    if (journal && QFileInfo::exists(journal->path()))
+        printError(streams, QStringLiteral("journal: %1").arg(journal->path()));
+    return gone && !isInterrupted() ? ExitStatus::failure : ExitStatus::interrupted;
 }
 
 } // namespace
@@ -221,8 +307,8 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
                        "mapped by the rule rows, until stopped with Ctrl-C."));
     const WatchOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions(
-        {options.mappings, options.method, options.sidecarName, options.recursive, options.poll});
+    parser.addOptions({options.mappings, options.method, options.sidecarName, options.recursive,
+                       options.poll, options.settle, options.noJournal});
     for (const QCommandLineOption& option : sourceOptions.all()) {
         if (option.names() != sourceOptions.noRecursive.names())
             parser.addOption(option);
@@ -246,7 +332,7 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
         printError(streams, QStringLiteral("watch needs one folder to watch"));
         return ExitStatus::usage;
     }
-    const auto source = loadSource(parser, sourceOptions, streams);
+    auto source = loadSource(parser, sourceOptions, streams);
     if (!source)
         return source.error();
     auto mappings = chosenRows(parser, options, *source);
@@ -256,8 +342,22 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     }
     for (const QString& warning : missingColumnWarnings(*mappings, source->dataSource->keyNames()))
         printError(streams, warning);
-    return watch(absolutePath(folders.front()), *setup, *source, std::move(*mappings),
-                 parser.value(sourceOptions.exiftool), streams);
+    // Read again, the same way, when a file they come from changes.
+    const auto load = [&](Streams& to) -> std::expected<WatchRows::Rows, QString> {
+        auto reloaded = loadSource(parser, sourceOptions, to);
+        if (!reloaded)
+            return std::unexpected(QString());
+        auto rules = chosenRows(parser, options, *reloaded);
+        if (!rules)
+            return std::unexpected(rules.error().message());
+        return WatchRows::Rows{std::move(*reloaded), std::move(*rules)};
+    };
+    QStringList files = source->files;
+    if (parser.isSet(options.mappings))
+        files << absolutePath(parser.value(options.mappings));
+    WatchRows rows({std::move(*source), std::move(*mappings)}, files, load, streams);
+    return watch(absolutePath(folders.front()), *setup, rows, parser.value(sourceOptions.exiftool),
+                 streams);
 }
 
 } // namespace qb::cli

@@ -17,7 +17,6 @@ namespace qb {
 // The Unicode scalars of a text; unpaired surrogates become U+FFFD.
 std::u32string unicodeScalars(QStringView text);
 std::set<char32_t> unicodeScalarSet(QStringView text);
-QString textFromScalars(std::u32string_view scalars);
 
 // The default quote; every default that needs a quote takes it from here.
 inline constexpr char32_t csvDefaultEscapingScalar = U'"';

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "csvfailures.h"
 
-#include "csv/csvconfiguration.h"
+#include "csv/csverror.h"
 
 namespace qb::csvfailure {
 

@@ -3,17 +3,55 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
+
 namespace qb {
 
 namespace csvdetail {
+
+namespace {
+
+// Large enough that blocks are few, small enough that a block's growth
+// never doubles much memory.
+constexpr qsizetype blockSize = qsizetype(1) << 22;
+
+} // namespace
 
 QStringView RowStorage::field(qsizetype row, qsizetype column) const
 {
     if (row < 0 || row >= rowCount() || column < 0 || column >= fieldCount)
         qFatal("CSV field (%lld, %lld) is outside the file", qint64(row), qint64(column));
-    const qsizetype first = row * fieldCount;
-    const qsizetype start = column == 0 ? 0 : ends[first + column - 1];
-    return QStringView(texts[row]).sliced(start, ends[first + column] - start);
+    const std::size_t first = std::size_t(row * fieldCount);
+    const qsizetype start = column == 0 ? 0 : ends[first + std::size_t(column) - 1];
+    const QString& block = blocks[rowBlocks[std::size_t(row)]];
+    return QStringView(block).sliced(rowStarts[std::size_t(row)] + start,
+                                     ends[first + std::size_t(column)] - start);
+}
+
+void RowStorage::append(QStringView text, const std::vector<qsizetype>& fieldEnds)
+{
+    // A row too long for the block in hand starts a block of its own size.
+    if (blocks.empty() || blocks.back().size() + text.size() > blocks.back().capacity()) {
+        if (!blocks.empty())
+            blocks.back().squeeze();
+        blocks.emplace_back();
+        blocks.back().reserve(std::max(blockSize, text.size()));
+    }
+    QString& block = blocks.back();
+    rowBlocks.push_back(quint32(blocks.size() - 1));
+    rowStarts.push_back(quint32(block.size()));
+    block.append(text);
+    for (const qsizetype end : fieldEnds)
+        ends.push_back(quint32(end));
+}
+
+void RowStorage::squeeze()
+{
+    if (!blocks.empty())
+        blocks.back().squeeze();
+    rowBlocks.shrink_to_fit();
+    rowStarts.shrink_to_fit();
+    ends.shrink_to_fit();
 }
 
 QStringList RowStorage::row(qsizetype row) const

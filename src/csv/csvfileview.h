@@ -18,18 +18,27 @@ namespace qb {
 
 namespace csvdetail {
 
-// The rows of a file. Each row's fields sit side by side in one text, which
-// keeps a large file at about the size of its UTF-16 text instead of paying
-// for a string object per field.
+// The rows of a file. The fields of many rows sit side by side in one large
+// text block, and each row keeps where it starts and where its fields end,
+// which keeps a large file near the size of its UTF-16 text: no string
+// object per field, nor one per row.
 struct RowStorage {
     qsizetype fieldCount = 0;
-    std::vector<QString> texts;
-    // fieldCount ends per row, each into that row's text.
-    std::vector<qsizetype> ends;
+    std::vector<QString> blocks;
+    // Per row: its block, and where it starts in it.
+    std::vector<quint32> rowBlocks;
+    std::vector<quint32> rowStarts;
+    // fieldCount ends per row, counted from the row's start.
+    std::vector<quint32> ends;
 
-    qsizetype rowCount() const { return static_cast<qsizetype>(texts.size()); }
+    qsizetype rowCount() const { return static_cast<qsizetype>(rowStarts.size()); }
     QStringView field(qsizetype row, qsizetype column) const;
     QStringList row(qsizetype row) const;
+    // Appends a row of `fieldEnds.size()` fields; `fieldEnds` count from
+    // the start of `text`.
+    void append(QStringView text, const std::vector<qsizetype>& fieldEnds);
+    // Gives back what the last block holds in reserve.
+    void squeeze();
 };
 
 // Header names in canonical composition, mapped to their column.

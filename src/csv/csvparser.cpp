@@ -48,7 +48,7 @@ CSVParser::CSVParser(CSVReaderConfiguration config, CSVReaderSettings settings,
     if (m_configuration.headerStrategy != Strategy::Header::firstLine)
         return;
     if (!parseLine(0)) {
-        m_status.kind = CSVReader::Status::Kind::finished;
+        m_status.kind = CSVReaderStatus::Kind::finished;
         return;
     }
     // A parsed line always has a field; this guards against that changing.
@@ -69,10 +69,9 @@ CSVFileView CSVParser::readFile()
 {
     auto lookup = makeLookup(m_headers);
     auto rows = std::make_shared<RowStorage>();
-    while (nextLine()) {
-        rows->texts.emplace_back(m_line.text().toString());
-        rows->ends.insert(rows->ends.end(), m_line.ends().begin(), m_line.ends().end());
-    }
+    while (nextLine())
+        rows->append(m_line.text(), m_line.ends());
+    rows->squeeze();
     rows->fieldCount = m_count.fields;
     return CSVFileView(m_headers, std::move(rows), std::move(lookup));
 }
@@ -80,7 +79,7 @@ CSVFileView CSVParser::readFile()
 // The rules that turn lines into rows: blank lines, field counts, the status.
 bool CSVParser::nextLine()
 {
-    using Kind = CSVReader::Status::Kind;
+    using Kind = CSVReaderStatus::Kind;
     if (m_status.kind == Kind::finished)
         return false;
     if (m_status.kind == Kind::failed)

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "csv/csvconfiguration.h"
+#include "csv/csvfileview.h"
 #include "csv/csvline.h"
-#include "csv/csvreader.h"
+#include "csv/csvreaderstate.h"
 #include "csv/scalarsource.h"
 
 #include <memory>
@@ -26,8 +28,8 @@ public:
     const CSVReaderConfiguration& configuration() const { return m_configuration; }
     const CSVReaderSettings& settings() const { return m_settings; }
     const QStringList& headers() const { return m_headers; }
-    CSVReader::Count count() const { return m_count; }
-    const CSVReader::Status& status() const { return m_status; }
+    CSVReaderCount count() const { return m_count; }
+    const CSVReaderStatus& status() const { return m_status; }
 
 private:
     // A delimiter's scalars; its shape, fixed at construction, decides how
@@ -92,8 +94,8 @@ private:
 
     CSVLine m_line;
     QStringList m_headers;
-    CSVReader::Count m_count;
-    CSVReader::Status m_status;
+    CSVReaderCount m_count;
+    CSVReaderStatus m_status;
 };
 
 } // namespace qb::csvdetail

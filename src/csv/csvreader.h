@@ -5,6 +5,7 @@
 #include "csv/csvconfiguration.h"
 #include "csv/csverror.h"
 #include "csv/csvfileview.h"
+#include "csv/csvreaderstate.h"
 
 #include <QByteArray>
 #include <QString>
@@ -31,19 +32,8 @@ public:
     using FileView = CSVFileView;
     using Record = CSVRecord;
 
-    struct Count {
-        // Rows consumed so far, the header included.
-        qint64 rows = 0;
-        // The field count every row must have.
-        qint64 fields = 0;
-    };
-
-    struct Status {
-        enum class Kind { active, finished, failed };
-        Kind kind = Kind::active;
-        // Set when failed: the error every further call repeats.
-        std::optional<CSVError> error;
-    };
+    using Count = CSVReaderCount;
+    using Status = CSVReaderStatus;
 
     static std::expected<CSVReader, CSVError> make(const QString& text,
                                                    const Configuration& config = {});

@@ -99,4 +99,21 @@ std::optional<TextEncoding> textEncodingFromName(QStringView name)
     return std::nullopt;
 }
 
+// By hand, as QString::fromUcs4 would take a leading U+FEFF for a byte order
+// mark and drop it.
+QString textFromScalars(std::u32string_view scalars)
+{
+    QString text;
+    text.reserve(static_cast<qsizetype>(scalars.size()));
+    for (const char32_t scalar : scalars) {
+        if (QChar::requiresSurrogates(scalar)) {
+            text += QChar(QChar::highSurrogate(scalar));
+            text += QChar(QChar::lowSurrogate(scalar));
+        } else {
+            text += QChar(static_cast<char16_t>(scalar));
+        }
+    }
+    return text;
+}
+
 } // namespace qb

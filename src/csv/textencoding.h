@@ -6,6 +6,7 @@
 #include <QStringView>
 
 #include <optional>
+#include <string_view>
 
 namespace qb {
 
@@ -43,5 +44,8 @@ std::optional<TextEncoding> textEncodingFromName(QStringView name);
 QStringList textEncodingNames();
 // The name ICU's converters know the encoding by.
 const char* icuConverterName(TextEncoding encoding);
+
+// The text of Unicode scalars, each kept, a leading U+FEFF too.
+QString textFromScalars(std::u32string_view scalars);
 
 } // namespace qb

@@ -13,7 +13,7 @@ std::optional<FileNameDataSource::MatchingStyle> styleFromRaw(qint64 raw)
 {
     if (raw < std::numeric_limits<int>::min() || raw > std::numeric_limits<int>::max())
         return std::nullopt;
-    return FileNameDataSource::matchingStyleFromRawValue(int(raw));
+    return matchingStyleFromRawValue(int(raw));
 }
 
 template <class Settings>
@@ -73,6 +73,8 @@ std::expected<Json, Error> CSVDatasourceSettings::toJson() const
         if (!bookmark)
             return std::unexpected(bookmark.error());
         json["currentURL"] = std::move(*bookmark);
+    } else if (unresolvedURL) {
+        json["currentURL"] = *unresolvedURL;
     }
     if (fieldDelimiter)
         json["fieldDelimiter"] = qb::toJson(*fieldDelimiter);
@@ -121,10 +123,12 @@ CSVDatasourceSettings::decodeKeepingColumns(const QByteArray& bytes, const QStri
     auto json = parseDocumentJson(bytes);
     if (!json || !json->is_object() || !json->contains("currentURL"))
         return std::unexpected(whole.error());
+    Json unresolved = json->at("currentURL");
     json->erase("currentURL");
     auto rest = decodeJson([&] { return fromJson(JsonObject(*json, QString()), relativeTo); });
     if (!rest)
         return std::unexpected(whole.error());
+    rest->unresolvedURL = std::move(unresolved);
     return Decoded{std::move(*rest), whole.error()};
 }
 

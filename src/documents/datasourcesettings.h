@@ -4,8 +4,8 @@
 #include "documents/bookmarkurl.h"
 #include "documents/filewrapper.h"
 
-#include "kit/csvdatasource.h"
-#include "kit/filenamedatasource.h"
+#include "sources/csvdatasource.h"
+#include "sources/filenamedatasource.h"
 
 #include "extensions/error.h"
 #include "extensions/jsondecode.h"
@@ -29,6 +29,10 @@ struct CSVDatasourceSettings {
     // unknown value survives a round trip and is judged by whoever applies it.
     qint64 selectedMatchStyle = 2;
     std::optional<BookmarkURL> currentURL;
+    // The saved bookmark of a file that can't be found any more, as the
+    // document holds it: written back unchanged while no other file is
+    // chosen, so that a document opened while its CSV is away keeps it.
+    std::optional<Json> unresolvedURL;
     // The field delimiter's name, left out for comma so that a document
     // reads as it did before the choice existed; readers that predate it
     // ignore the member.

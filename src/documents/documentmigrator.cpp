@@ -2,6 +2,7 @@
 #include "documentmigrator.h"
 
 #include "documents/documentjson.h"
+#include "documents/packagelayout.h"
 
 #include "extensions/log.h"
 
@@ -9,7 +10,7 @@ namespace qb {
 
 namespace {
 
-const QString mappingMember = QStringLiteral("mapping.json");
+const QString mappingMember = mappingMemberName();
 
 // Conversion mode 1 turned a text into a list; every other mode meant no
 // conversion.

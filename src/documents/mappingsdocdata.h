@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "kit/metadatamapping.h"
+#include "mapping/metadatamapping.h"
 
 #include "extensions/jsondecode.h"
 

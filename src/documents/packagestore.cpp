@@ -79,8 +79,8 @@ std::expected<void, QString> renameInPlace(const QString& from, const QString& t
     return std::unexpected(QString::fromLocal8Bit(std::strerror(errno)));
 }
 
-const QString mappingMember = QStringLiteral("mapping.json");
-const QString datasourceMember = QStringLiteral("datasource");
+const QString mappingMember = mappingMemberName();
+const QString datasourceMember = datasourceMemberName();
 
 // Why the member described by `info` can't be taken, judged before anything
 // is opened; nothing when it lies inside the package at `root` (canonical).

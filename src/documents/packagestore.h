@@ -2,6 +2,7 @@
 #pragma once
 
 #include "documents/filewrapper.h"
+#include "documents/packagelayout.h"
 
 #include "extensions/error.h"
 
@@ -11,17 +12,6 @@
 
 // Where document packages meet the disk.
 namespace qb {
-
-inline QString packageExtension()
-{
-    return QStringLiteral("qbmap");
-}
-
-// What one member, and all of a package together, may hold: far more than
-// any settings file, far less than the images a mistaken choice of folder
-// could hold.
-constexpr qint64 maximumMemberSize = 16 * 1024 * 1024;
-constexpr qint64 maximumPackageSize = 4 * maximumMemberSize;
 
 // The members of the package folder at `path` that the format names, and
 // nothing else: mapping.json, and each direct member of datasource/ by name.

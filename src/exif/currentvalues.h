@@ -6,6 +6,8 @@
 
 #include <QStringList>
 
+#include <nlohmann/json.hpp>
+
 #include <expected>
 #include <map>
 
@@ -27,6 +29,37 @@ std::expected<CurrentValues, Error> readCurrentValues(const ExifTool& exiftool,
                                                       const QStringList& paths,
                                                       const QStringList& tags, bool numeric,
                                                       int parts = 1);
+
+// The values, and exiftool's standard error, which names the files it
+// could not read.
+struct CurrentRead {
+    CurrentValues values;
+    QString standardError;
+
+    // Takes in what a read of other files found.
+    void merge(CurrentRead& other);
+};
+std::expected<CurrentRead, Error> readCurrent(const ExifTool& exiftool, const QStringList& paths,
+                                              const QStringList& tags, bool numeric, int parts = 1);
+
+// A tag's value in both of exiftool's forms: `raw` as -n reads it, which
+// writes back exactly with "TAG#", and `shown` as exiftool prints it, the
+// form in which a write gives values. A text that isn't UTF-8, such as a
+// camera's Latin-1 EXIF, comes as "base64:..." in both, so that it goes
+// back byte for byte; JSON null stands for a tag the file hasn't.
+struct ExactValue {
+    nlohmann::ordered_json raw;
+    nlohmann::ordered_json shown;
+};
+// Each file's values by tag; a file exiftool could not read is left out.
+using ExactValues = std::map<QString, std::map<QString, ExactValue>>;
+
+// Reads `tags` of `paths` as readCurrentValues does, keyed by the tag as
+// asked. With no tags, every tag is read, keyed by exiftool's own names
+// ("XMP:XMP-dc:Title").
+std::expected<ExactValues, Error> readExactValues(const ExifTool& exiftool,
+                                                  const QStringList& paths, const QStringList& tags,
+                                                  int parts = 1);
 
 // Whether exiftool's key "XMP:XMP-dc:Title" (read with -G0:1) is the tag
 // "XMP-dc:Title", "XMP:Title" or "Title". Groups and names compare without

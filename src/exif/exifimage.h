@@ -4,10 +4,12 @@
 #include "exif/exiftag.h"
 #include "extensions/dynamicvalue.h"
 
+#include <QStringList>
 #include <QUrl>
 
 #include <nlohmann/json.hpp>
 
+#include <map>
 #include <optional>
 #include <type_traits>
 
@@ -21,6 +23,15 @@ public:
     using Metadata = DynamicValue::Dictionary;
 
     static inline const QString sourceFileKey = QStringLiteral("SourceFile");
+
+    // What the mapping knew of the values, for messages and the preview;
+    // never written.
+    struct Notes {
+        // Each tag's rule, by the column it reads.
+        std::map<QString, QString> ruleOf;
+        // The tags that empty cells leave as the file has them.
+        QStringList leftAlone;
+    };
 
     explicit ExifImage(Metadata metadata)
         : metadata(std::move(metadata))
@@ -95,6 +106,7 @@ public:
     static inline const QString datePattern = QStringLiteral("YYYY:MM:DD HH:mm:SS");
 
     Metadata metadata;
+    Notes notes;
 };
 
 } // namespace qb

@@ -2,6 +2,7 @@
 #include "fileoutcomes.h"
 
 #include <QHash>
+#include <QRegularExpression>
 #include <QSet>
 
 namespace qb {
@@ -9,11 +10,17 @@ namespace qb {
 namespace {
 
 const QString separator = QStringLiteral(" - ");
+const QString temporarySuffix = QStringLiteral("_exiftool_tmp");
+const QString errorPrefix = QStringLiteral("Error: ");
+const QString warningPrefix = QStringLiteral("Warning: ");
 
-std::optional<FileMessage> messageOf(const QString& line, const QSet<QString>& paths)
+// exiftool's closing counts, "    3 image files updated".
+const QRegularExpression countLine(QStringLiteral("^\\s*\\d+ "));
+
+std::optional<FileMessage> taggedMessage(const QString& line, const QSet<QString>& paths)
 {
-    const bool isError = line.startsWith(QLatin1String("Error: "));
-    if (!isError && !line.startsWith(QLatin1String("Warning: ")))
+    const bool isError = line.startsWith(errorPrefix);
+    if (!isError && !line.startsWith(warningPrefix))
         return std::nullopt;
     const qsizetype textStart = line.indexOf(QLatin1Char(' ')) + 1;
     // The earliest split whose rest is a file of ours: the reason itself
@@ -27,7 +34,84 @@ std::optional<FileMessage> messageOf(const QString& line, const QSet<QString>& p
     return std::nullopt;
 }
 
+// exiftool's own lines about its temporary file and the rename that ends
+// a write ("Error: Temporary file already exists: FILE_exiftool_tmp",
+// "Error renaming temporary file to FILE", "Error opening FILE for
+// writing") carry no " - FILE". Each names the file after a blank; the
+// longest path of ours that the line ends with is the one.
+std::optional<FileMessage> plainMessage(const QString& line, const QSet<QString>& paths)
+{
+    QString rest = line;
+    if (rest.endsWith(QLatin1String(" for writing")))
+        rest.chop(12);
+    for (qsizetype at = rest.indexOf(QLatin1String(" /")); at >= 0;
+         at = rest.indexOf(QLatin1String(" /"), at + 1)) {
+        QString path = rest.mid(at + 1);
+        if (path.endsWith(temporarySuffix) && !paths.contains(path))
+            path.chop(temporarySuffix.size());
+        if (!paths.contains(path))
+            continue;
+        const bool isWarning = line.startsWith(warningPrefix) ||
+                               line.startsWith(QLatin1String("Couldn't overwrite in place"));
+        QString text = line;
+        if (text.startsWith(errorPrefix))
+            text.remove(0, errorPrefix.size());
+        else if (text.startsWith(warningPrefix))
+            text.remove(0, warningPrefix.size());
+        return FileMessage{path, !isWarning, text};
+    }
+    return std::nullopt;
+}
+
+bool isMinor(const QString& warning)
+{
+    return warning.startsWith(QLatin1String("[minor]"), Qt::CaseInsensitive);
+}
+
+// Why a file that should have changed didn't, from what there is to say.
+QString refusalReason(const QStringList& warnings, const RunFacts& facts)
+{
+    QStringList major;
+    for (const QString& warning : warnings) {
+        if (!isMinor(warning))
+            major << warning;
+    }
+    if (!major.isEmpty())
+        return major.join(QLatin1Char('\n'));
+    if (!facts.unattributed.isEmpty())
+        return facts.unattributed.join(QLatin1Char('\n'));
+    if (!warnings.isEmpty())
+        return warnings.join(QLatin1Char('\n'));
+    return QStringLiteral("exiftool wrote none of the values: it passes over a value it can\u2019t "
+                          "convert, and a tag the file\u2019s format can\u2019t hold");
+}
+
+QString earlyEndReason(const RunFacts& facts)
+{
+    if (!facts.unattributed.isEmpty())
+        return facts.unattributed.join(QLatin1Char('\n'));
+    if (!facts.failure.isEmpty())
+        return facts.failure;
+    return QStringLiteral("exiftool ended before it reached this file");
+}
+
 } // namespace
+
+QString leftOutReason::stillBeingWritten()
+{
+    return QStringLiteral("still being written");
+}
+
+QString leftOutReason::nameNotUtf8()
+{
+    return QStringLiteral("its name isn\u2019t UTF-8");
+}
+
+QString staleTemporaryFileNote(const QString& temporaryFile)
+{
+    return QStringLiteral("removed %1, left behind by an exiftool that had ended")
+        .arg(temporaryFile);
+}
 
 QString fileOutcomeKindName(FileOutcomeKind kind)
 {
@@ -38,6 +122,10 @@ QString fileOutcomeKindName(FileOutcomeKind kind)
         return QStringLiteral("unchanged");
     case FileOutcomeKind::failed:
         return QStringLiteral("failed");
+    case FileOutcomeKind::notWritten:
+        return QStringLiteral("not written");
+    case FileOutcomeKind::leftOut:
+        return QStringLiteral("left out");
     }
     return {};
 }
@@ -45,46 +133,73 @@ QString fileOutcomeKindName(FileOutcomeKind kind)
 std::optional<FileOutcomeKind> fileOutcomeKindNamed(QStringView name)
 {
     for (const FileOutcomeKind kind :
-         {FileOutcomeKind::written, FileOutcomeKind::unchanged, FileOutcomeKind::failed}) {
+         {FileOutcomeKind::written, FileOutcomeKind::unchanged, FileOutcomeKind::failed,
+          FileOutcomeKind::notWritten, FileOutcomeKind::leftOut}) {
         if (name == fileOutcomeKindName(kind))
             return kind;
     }
     return std::nullopt;
 }
 
-std::vector<FileMessage> fileMessages(const QString& standardError, const QStringList& paths)
+ExiftoolLines exiftoolLines(const QString& standardError, const QStringList& paths)
 {
     const QSet<QString> known(paths.cbegin(), paths.cend());
-    std::vector<FileMessage> messages;
-    for (const QString& line : standardError.split(QLatin1Char('\n'))) {
-        if (auto message = messageOf(line.trimmed(), known))
-            messages.push_back(std::move(*message));
+    ExiftoolLines lines;
+    for (const QString& raw : standardError.split(QLatin1Char('\n'))) {
+        const QString line = raw.trimmed();
+        if (line.isEmpty() || countLine.match(raw).hasMatch())
+            continue;
+        if (auto message = taggedMessage(line, known))
+            lines.messages.push_back(std::move(*message));
+        else if (auto plain = plainMessage(line, known))
+            lines.messages.push_back(std::move(*plain));
+        else
+            lines.unattributed << line;
     }
-    return messages;
+    return lines;
+}
+
+std::vector<FileMessage> fileMessages(const QString& standardError, const QStringList& paths)
+{
+    return exiftoolLines(standardError, paths).messages;
+}
+
+FileOutcomes fileOutcomes(const QStringList& paths, const std::vector<FileMessage>& messages,
+                          const RunFacts& facts)
+{
+    QHash<QString, QStringList> errors;
+    QHash<QString, QStringList> warnings;
+    for (const FileMessage& message : messages)
+        (message.isError ? errors : warnings)[message.path] << message.text;
+    FileOutcomes outcomes;
+    outcomes.reserve(std::size_t(paths.size()));
+    for (const QString& path : paths) {
+        const QStringList said = warnings.value(path);
+        const auto add = [&](FileOutcomeKind kind, const QString& message) {
+            outcomes.push_back({path, kind, message});
+        };
+        if (const auto error = errors.constFind(path); error != errors.cend())
+            add(FileOutcomeKind::failed, error->first());
+        else if (facts.changed && facts.changed(path))
+            add(FileOutcomeKind::written, said.join(QLatin1Char('\n')));
+        else if (facts.stopped)
+            add(FileOutcomeKind::notWritten, QStringLiteral("the write was stopped first"));
+        else if (!facts.finished)
+            add(FileOutcomeKind::failed, earlyEndReason(facts));
+        else if (facts.countedUnchanged && facts.hadValues && facts.hadValues(path))
+            add(FileOutcomeKind::failed, refusalReason(said, facts));
+        else
+            add(FileOutcomeKind::unchanged, said.join(QLatin1Char('\n')));
+    }
+    return outcomes;
 }
 
 FileOutcomes fileOutcomes(const QStringList& paths, const std::vector<FileMessage>& messages,
                           const std::function<bool(const QString& path)>& changed)
 {
-    QHash<QString, const FileMessage*> errors;
-    QHash<QString, QStringList> warnings;
-    for (const FileMessage& message : messages) {
-        if (message.isError && !errors.contains(message.path))
-            errors.insert(message.path, &message);
-        else if (!message.isError)
-            warnings[message.path] << message.text;
-    }
-    FileOutcomes outcomes;
-    outcomes.reserve(std::size_t(paths.size()));
-    for (const QString& path : paths) {
-        if (const FileMessage* error = errors.value(path))
-            outcomes.push_back({path, FileOutcomeKind::failed, error->text});
-        else
-            outcomes.push_back(
-                {path, changed(path) ? FileOutcomeKind::written : FileOutcomeKind::unchanged,
-                 warnings.value(path).join(QLatin1Char('\n'))});
-    }
-    return outcomes;
+    RunFacts facts;
+    facts.changed = changed;
+    return fileOutcomes(paths, messages, facts);
 }
 
 OutcomeCounts countOutcomes(const FileOutcomes& outcomes)
@@ -101,6 +216,12 @@ OutcomeCounts countOutcomes(const FileOutcomes& outcomes)
         case FileOutcomeKind::failed:
             ++counts.failed;
             break;
+        case FileOutcomeKind::notWritten:
+            ++counts.notWritten;
+            break;
+        case FileOutcomeKind::leftOut:
+            ++counts.leftOut;
+            break;
         }
     }
     return counts;
@@ -108,10 +229,15 @@ OutcomeCounts countOutcomes(const FileOutcomes& outcomes)
 
 QString outcomeCountsText(const OutcomeCounts& counts)
 {
-    return QStringLiteral("%1 written, %2 unchanged, %3 failed")
-        .arg(counts.written)
-        .arg(counts.unchanged)
-        .arg(counts.failed);
+    QString text = QStringLiteral("%1 written, %2 unchanged, %3 failed")
+                       .arg(counts.written)
+                       .arg(counts.unchanged)
+                       .arg(counts.failed);
+    if (counts.notWritten > 0)
+        text += QStringLiteral(", %1 not written").arg(counts.notWritten);
+    if (counts.leftOut > 0)
+        text += QStringLiteral(", %1 left out").arg(counts.leftOut);
+    return text;
 }
 
 nlohmann::ordered_json fileOutcomesJson(const FileOutcomes& outcomes)

@@ -95,6 +95,22 @@ QStringList iptcCharsetArguments(const QStringList& tags)
             QStringLiteral("iptc=utf8")};
 }
 
+QStringList exifSegmentArguments(const QStringList& tags)
+{
+    static const QStringList exifGroups{QStringLiteral("EXIF:"),  QStringLiteral("IFD0:"),
+                                        QStringLiteral("IFD1:"),  QStringLiteral("ExifIFD:"),
+                                        QStringLiteral("GPS:"),   QStringLiteral("InteropIFD:"),
+                                        QStringLiteral("SubIFD:")};
+    const bool writesExif = std::ranges::any_of(tags, [](const QString& tag) {
+        return std::ranges::any_of(exifGroups, [&tag](const QString& group) {
+            return tag.startsWith(group, Qt::CaseInsensitive);
+        });
+    });
+    if (!writesExif)
+        return {};
+    return {QStringLiteral("-api"), QStringLiteral("NoMultiExif=1")};
+}
+
 WriteReport runExiftoolWrite(const ExifTool& exiftool, QStringList arguments,
                              const QList<QUrl>& files, bool verbose, const QString& closingMessage,
                              const MetadataCompletion& completion)

@@ -43,6 +43,9 @@ struct WriteReport {
     QStringList warnings;
     // All of exiftool's standard error, which names the files it failed on.
     QString standardError;
+    // What the write itself did beside exiftool, such as a stale temporary
+    // file it removed; one a line.
+    QStringList notes;
     // One outcome for each file of the batch; filled in by the queue, which
     // knows the files.
     FileOutcomes outcomes;
@@ -85,9 +88,15 @@ public:
     void setSidecarNaming(SidecarNaming naming) { m_sidecarNaming = naming; }
     // What exiftool said of the last write; read once its completion has run.
     const WriteReport& lastWriteReport() const { return m_lastWriteReport; }
+    // Whether exiftool writes its new file back into the original one
+    // rather than putting it in the original's place, so that the file's
+    // other hard links and its extended attributes stay. Off by default.
+    bool writeInPlace() const { return m_writeInPlace; }
+    void setWriteInPlace(bool inPlace) { m_writeInPlace = inPlace; }
 
 protected:
     SidecarNaming m_sidecarNaming = SidecarNaming::name;
+    bool m_writeInPlace = false;
     WriteReport m_lastWriteReport;
 };
 
@@ -102,5 +111,10 @@ WriteReport runExiftoolWrite(const ExifTool& exiftool, QStringList arguments,
 // `tags` is an IPTC tag; none otherwise, so that other batches keep their
 // command line.
 QStringList iptcCharsetArguments(const QStringList& tags);
+
+// exiftool's option that refuses a file, rather than spread its EXIF over
+// several JPEG segments that other programs don't read, when one of `tags`
+// is an EXIF tag; none otherwise.
+QStringList exifSegmentArguments(const QStringList& tags);
 
 } // namespace qb

@@ -37,6 +37,32 @@ QUrl sidecarUrl(const QUrl& url, SidecarNaming naming)
     return sidecar;
 }
 
+QUrl SidecarFinder::sidecarOf(const QUrl& image)
+{
+    const QUrl named = sidecarUrl(image, m_naming);
+    const QString path = named.toLocalFile();
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    const QString folder = path.left(slash);
+    const QString name = path.mid(slash + 1);
+    auto known = m_folders.find(folder);
+    if (known == m_folders.end()) {
+        QHash<QString, QStringList> names;
+        for (const QString& entry : QDir(folder).entryList(
+                 {QStringLiteral("*.xmp")}, QDir::Files | QDir::Hidden | QDir::System, QDir::Name))
+            names[entry.toLower()] << entry;
+        known = m_folders.insert(folder, names);
+    }
+    const QStringList twins = known->value(name.toLower());
+    const QString stem = name.chopped(3);
+    if (twins.contains(name))
+        return named;
+    for (const QString& twin : twins) {
+        if (twin.startsWith(stem)) // only the extension's case differs
+            return QUrl::fromLocalFile(folder + QLatin1Char('/') + twin);
+    }
+    return named;
+}
+
 MetadataReader::MetadataReader(std::shared_ptr<ProcessRunner> runner)
     : m_exiftool(installedExiftoolPath(), defaultTrace(), std::move(runner))
 {
@@ -166,15 +192,22 @@ std::expected<QString, Error> MetadataReader::store(const QByteArray& answer)
 
 std::expected<void, Error> MetadataReader::writeJSON(const QString& path, bool sidecars)
 {
+    m_sidecarSpellings.clear();
     if (sidecars) {
         // A SourceFile held as text is moved too: dropping it would leave
         // exiftool unable to tell which file the values belong to.
+        SidecarFinder finder(m_sidecarNaming);
         for (const auto& entry : m_loadedImages) {
             ExifImage& image = *entry.second;
-            if (const std::optional<QUrl> source = image.url())
-                image.metadata.insert_or_assign(ExifImage::sourceFileKey,
-                                                sidecarUrl(*source, m_sidecarNaming));
+            if (const std::optional<QUrl> source = image.url()) {
+                const QUrl sidecar = finder.sidecarOf(*source);
+                const QString spelling = sidecar.path().right(3);
+                if (spelling != QLatin1String("xmp") && !m_sidecarSpellings.contains(spelling))
+                    m_sidecarSpellings << spelling;
+                image.metadata.insert_or_assign(ExifImage::sourceFileKey, sidecar);
+            }
         }
+        m_sidecarSpellings.sort();
     }
     nlohmann::ordered_json objects = nlohmann::ordered_json::array();
     for (const auto& entry : m_loadedImages)
@@ -197,7 +230,7 @@ void MetadataReader::writeImages(const QString& jsonPath, const MetadataCompleti
     }
     write(QStringList{jsonOption + jsonPath, QStringLiteral("-struct"),
                       QStringLiteral("-ignoreMinorErrors")} +
-              iptcCharsetArguments(tags),
+              iptcCharsetArguments(tags) + exifSegmentArguments(tags),
           QStringLiteral("Finished writing images."), completion);
 }
 
@@ -205,15 +238,30 @@ void MetadataReader::writeSidecars(const QString& jsonPath, const MetadataComple
 {
     // Unlike the direct form, no -ignoreMinorErrors: a minor error fails a
     // sidecar write. Kept on purpose.
-    write({jsonOption + jsonPath, QStringLiteral("-srcfile"), sidecarFormat(m_sidecarNaming)},
-          QStringLiteral("Finished writing XMP sidecar files."), completion);
+    QStringList options{jsonOption + jsonPath, QStringLiteral("-srcfile"),
+                        sidecarFormat(m_sidecarNaming)};
+    // exiftool takes the first of these that exists, the plain one when
+    // none does: the same sidecar that writeJSON chose.
+    for (const QString& spelling : m_sidecarSpellings)
+        options << QStringLiteral("-srcfile")
+                << sidecarFormat(m_sidecarNaming).chopped(3) + spelling;
+    write(options, QStringLiteral("Finished writing XMP sidecar files."), completion);
 }
 
 void MetadataReader::write(const QStringList& options, const QString& closingMessage,
                            const MetadataCompletion& completion)
 {
-    m_lastWriteReport =
-        runExiftoolWrite(m_exiftool, options, urls(), m_verbose, closingMessage, completion);
+    if (!m_writeInPlace) {
+        m_lastWriteReport =
+            runExiftoolWrite(m_exiftool, options, urls(), m_verbose, closingMessage, completion);
+        return;
+    }
+    // In place, exiftool copies its new file back over the original's bytes.
+    ExifTool inPlace = m_exiftool;
+    inPlace.setOverwriteOriginal(false);
+    m_lastWriteReport = runExiftoolWrite(
+        inPlace, options + QStringList{QStringLiteral("-overwrite_original_in_place")}, urls(),
+        m_verbose, closingMessage, completion);
 }
 
 } // namespace qb

@@ -3,6 +3,7 @@
 
 #include "exif/metadatamanager.h"
 
+#include <QHash>
 #include <QList>
 #include <QUrl>
 
@@ -56,7 +57,10 @@ public:
 
     // With `sidecars`, each image's SourceFile is first moved to its XMP
     // sidecar, on the shared image itself, and stays so after the write.
+    // An existing sidecar whose extension differs only in case (A1.XMP) is
+    // the one written, and no twin is made beside it.
     std::expected<void, Error> writeJSON(const QString& path, bool sidecars) override;
+
     void writeImages(const QString& jsonPath, const MetadataCompletion& completion) override;
     void writeSidecars(const QString& jsonPath, const MetadataCompletion& completion) override;
 
@@ -69,6 +73,26 @@ private:
     ExifTool m_exiftool;
     bool m_verbose = false;
     Images m_loadedImages;
+    // The sidecar extensions other than "xmp" that the last writeJSON met,
+    // sorted; exiftool tries each after "xmp".
+    QStringList m_sidecarSpellings;
+};
+
+// Finds the sidecars a write updates, reading each folder once.
+class SidecarFinder {
+public:
+    explicit SidecarFinder(SidecarNaming naming)
+        : m_naming(naming)
+    {
+    }
+    // The sidecar named as the naming says when it exists or none differs
+    // from it only in the case of its extension; else the first such one.
+    QUrl sidecarOf(const QUrl& image);
+
+private:
+    SidecarNaming m_naming;
+    // Per folder: the lower-case names of its XMP files, to the names.
+    QHash<QString, QHash<QString, QStringList>> m_folders;
 };
 
 // The XMP sidecar beside a file: same folder and base name, extension xmp,

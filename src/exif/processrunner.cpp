@@ -6,9 +6,13 @@
 #include <QElapsedTimer>
 #include <QProcess>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cstring>
 
 extern char** environ;
@@ -73,7 +77,37 @@ QString waitForEnd(QProcess& process)
     return {};
 }
 
+// Read between fork and exec, where no lock may be taken. Each slot holds
+// a descriptor plus one, so that zero, as static storage starts, is free.
+std::array<std::atomic<int>, 32> inheritedDescriptors;
+
 } // namespace
+
+void inheritInChildProcesses(int descriptor)
+{
+    for (auto& slot : inheritedDescriptors) {
+        int free = 0;
+        if (slot.load() == descriptor + 1 || slot.compare_exchange_strong(free, descriptor + 1))
+            return;
+    }
+}
+
+void prepareChildProcess(pid_t parent) noexcept
+{
+    ::setpgid(0, 0);
+    ::prctl(PR_SET_PDEATHSIG, SIGINT);
+    if (::getppid() != parent)
+        ::_exit(127);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    for (const int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP})
+        ::signal(signal, SIG_DFL);
+    for (const auto& slot : inheritedDescriptors) {
+        if (const int stored = slot.load(std::memory_order_relaxed); stored > 0)
+            ::fcntl(stored - 1, F_SETFD, 0);
+    }
+}
 
 bool ProcessRunner::fitsCommandLine(const QString& program, const QStringList& arguments) const
 {
@@ -108,6 +142,7 @@ ProcessRunResult SystemProcessRunner::run(const QString& program, const QStringL
     process.setArguments(arguments);
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setStandardInputFile(QProcess::nullDevice());
+    process.setChildProcessModifier([parent = ::getpid()] { prepareChildProcess(parent); });
     process.start(QIODevice::ReadOnly);
     if (!process.waitForStarted(-1))
         return std::unexpected(ProcessFailure{process.errorString()});

@@ -7,6 +7,8 @@
 
 #include <expected>
 
+#include <sys/types.h>
+
 namespace qb {
 
 // How a child process that ran came to its end.
@@ -44,11 +46,28 @@ public:
     bool fitsCommandLine(const QString& program, const QStringList& arguments) const;
 };
 
+// Between fork and exec, in every exiftool we start: a process group of its
+// own, so that a Ctrl-C meant for us doesn't cut a write short (we stop it
+// ourselves, cleanly); SIGINT when the thread that started it ends, which
+// exiftool takes as the request to remove its temporary file and leave, so
+// that a Quillbrook killed outright leaves no exiftool writing; the signals
+// as exec'd programs expect them; and the descriptors handed down to it.
+// `parent` is the starting process's id, taken before the fork: a child
+// whose parent is already gone leaves at once. Async-signal-safe.
+void prepareChildProcess(pid_t parent) noexcept;
+
+// Hands `descriptor` down to every exiftool started from now on (at most
+// 32 are kept). The writer lock is one: a lock on an open file lives
+// until the last process that holds it ends, so the lock of a Quillbrook
+// killed in the middle of a write outlives it until its exiftools are gone.
+void inheritInChildProcesses(int descriptor);
+
 // The bytes that execve() needs for a command line: each string in UTF-8 with
 // its terminating zero, and the pointer to it.
 qint64 commandLineSize(const QString& program, const QStringList& arguments);
 
-// The real thing, over QProcess. There is no time limit: a batch of thousands
+// The real thing, over QProcess, with each child prepared as
+// prepareChildProcess() says. There is no time limit: a batch of thousands
 // of images may keep exiftool busy for minutes. A stop asked for by a signal
 // (see interruption.h) stops the child and waits for it; a run asked for
 // after that doesn't start.

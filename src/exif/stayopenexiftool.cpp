@@ -8,9 +8,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -182,21 +180,11 @@ startChild(const QString& program, const QStringList& startup)
     const pid_t pid = ::fork();
     if (pid == 0) {
         // Only async-signal-safe calls until exec. exiftool doesn't leave
-        // when its input ends, so it is made to die with us however we
-        // end, and gets a process group of its own, out of reach of the
-        // Ctrl-C meant for us.
-        ::setpgid(0, 0);
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != parent)
-            ::_exit(127);
+        // when its input ends, so it is made to go with us however we end.
+        prepareChildProcess(parent);
         ::dup2(input[1], STDIN_FILENO);
         ::dup2(output[1], STDOUT_FILENO);
         ::dup2(errors[1], STDERR_FILENO);
-        sigset_t none;
-        sigemptyset(&none);
-        ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
-        for (const int signal : {SIGPIPE, SIGINT, SIGTERM, SIGHUP})
-            ::signal(signal, SIG_DFL);
         ::execve(argv.front(), argv.data(), environ);
         const int code = errno;
         [[maybe_unused]] const auto told = ::write(execStatus[1], &code, sizeof code);
@@ -325,11 +313,15 @@ ProcessRunResult StayOpenExiftool::request(const QString& program, const QString
     QByteArray output;
     QByteArray errors;
     qsizetype sent = 0;
-    bool open = true;
+    // Each stream is read to its end on its own: a child that ends drains
+    // both pipes only after it has gone, and its last words are on either.
+    bool outputOpen = true;
+    bool errorsOpen = true;
+    bool inputOpen = true;
     QElapsedTimer clock;
     clock.start();
     std::optional<int> status;
-    while (open) {
+    while (outputOpen || errorsOpen) {
         const bool outputDone = output.endsWith(readyOut);
         if (outputDone && errors.endsWith("}\n")) {
             const qsizetype line = errors.lastIndexOf('\n', errors.size() - 2) + 1;
@@ -352,26 +344,27 @@ ProcessRunResult StayOpenExiftool::request(const QString& program, const QString
                     .arg(double(m_timeLimit.count()) / 1000.0),
                 true});
         }
-        pollfd descriptors[3] = {{child.output, POLLIN, 0},
-                                 {child.errors, POLLIN, 0},
-                                 {child.input, short(sent < text.size() ? POLLOUT : 0), 0}};
+        const bool sending = inputOpen && sent < text.size();
+        pollfd descriptors[3] = {{outputOpen ? child.output : -1, POLLIN, 0},
+                                 {errorsOpen ? child.errors : -1, POLLIN, 0},
+                                 {sending ? child.input : -1, POLLOUT, 0}};
         if (::poll(descriptors, 3, int(std::min<qint64>(left, INT_MAX))) < 0) {
             if (errno == EINTR)
                 continue;
             return std::unexpected(ProcessFailure{systemError(errno)});
         }
-        if (sent < text.size() && descriptors[2].revents != 0) {
+        if (sending && descriptors[2].revents != 0) {
             const ssize_t wrote = ::send(child.input, text.constData() + sent,
                                          size_t(text.size() - sent), MSG_NOSIGNAL);
             if (wrote > 0)
                 sent += wrote;
             else if (wrote < 0 && errno != EAGAIN && errno != EINTR)
-                open = false;
+                inputOpen = false;
         }
         if (descriptors[0].revents != 0)
-            open = readAvailable(child.output, output) && open;
+            outputOpen = readAvailable(child.output, output);
         if (descriptors[1].revents != 0)
-            open = readAvailable(child.errors, errors) && open;
+            errorsOpen = readAvailable(child.errors, errors);
     }
     if (status) {
         child.used = true;

@@ -22,10 +22,10 @@ namespace qb {
 //
 // Built on plain POSIX calls rather than QProcess, so that no thread owns it:
 // a queue may use it on its worker thread and drop it on the main one. Runs
-// are serialised by a mutex. The child gets a process group of its own, so
-// that a Ctrl-C meant for us doesn't end it in the middle of a write, and
-// is killed by the kernel when the thread that started it ends: exiftool
-// doesn't leave when its input closes, and must not outlive a crash of ours.
+// are serialised by a mutex. The child is prepared as every exiftool we
+// start (see prepareChildProcess): it has a process group of its own, and
+// is told to leave when the thread that started it ends, since exiftool
+// doesn't leave when its input closes and must not outlive a crash of ours.
 class StayOpenExiftool : public ProcessRunner {
 public:
     using Milliseconds = std::chrono::milliseconds;

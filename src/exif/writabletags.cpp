@@ -24,6 +24,10 @@ void addGroups(const QXmlStreamAttributes& attributes, QSet<QString>& groups)
     }
 }
 
+// How the kept answer marks an IPTC text tag's limit, apart from the
+// names: no tag name starts with it.
+const QString iptcLinePrefix = QStringLiteral("@iptc:");
+
 // A group as written before a tag name, without its family number.
 QString plainGroup(const QString& group)
 {
@@ -54,6 +58,7 @@ std::optional<WritableTags> WritableTags::fromTagDatabase(const QByteArray& xml)
     WritableTags tags;
     QXmlStreamReader reader(xml);
     QSet<QString> tableGroups;
+    bool iptcTable = false;
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement)
             continue;
@@ -61,12 +66,18 @@ std::optional<WritableTags> WritableTags::fromTagDatabase(const QByteArray& xml)
         if (reader.name() == QLatin1String("table")) {
             tableGroups.clear();
             addGroups(attributes, tableGroups);
+            iptcTable = attributes.value(QLatin1String("g0")) == QLatin1String("IPTC");
         } else if (reader.name() == QLatin1String("tag") &&
                    attributes.value(QLatin1String("writable")) == QLatin1String("true")) {
-            QSet<QString>& groups =
-                tags.m_groupsByName[attributes.value(QLatin1String("name")).toString().toLower()];
+            const QString name = attributes.value(QLatin1String("name")).toString().toLower();
+            QSet<QString>& groups = tags.m_groupsByName[name];
             groups.unite(tableGroups);
             addGroups(attributes, groups);
+            // A record's text tags, such as Caption-Abstract (string[0,2000]):
+            // their count is the most bytes the record holds.
+            if (iptcTable && attributes.value(QLatin1String("type")) == QLatin1String("string"))
+                tags.m_iptcTextLimits.insert(name,
+                                             attributes.value(QLatin1String("count")).toInt());
         }
     }
     if (reader.hasError() || tags.m_groupsByName.isEmpty())
@@ -81,6 +92,10 @@ QByteArray WritableTags::serialized() const
         const QStringList groups(it.value().cbegin(), it.value().cend());
         text += (it.key() + QLatin1Char(' ') + groups.join(QLatin1Char(','))).toUtf8() + '\n';
     }
+    for (auto it = m_iptcTextLimits.cbegin(); it != m_iptcTextLimits.cend(); ++it)
+        text +=
+            (iptcLinePrefix + it.key() + QLatin1Char(' ') + QString::number(it.value())).toUtf8() +
+            '\n';
     return text;
 }
 
@@ -91,6 +106,11 @@ std::optional<WritableTags> WritableTags::fromSerialized(const QByteArray& text)
         const QList<QByteArray> parts = line.split(' ');
         if (parts.size() != 2 || parts[0].isEmpty())
             continue;
+        if (parts[0].startsWith(iptcLinePrefix.toLatin1())) {
+            tags.m_iptcTextLimits.insert(QString::fromUtf8(parts[0].mid(iptcLinePrefix.size())),
+                                         parts[1].toInt());
+            continue;
+        }
         QSet<QString>& groups = tags.m_groupsByName[QString::fromUtf8(parts[0])];
         for (const QByteArray& group : parts[1].split(','))
             groups.insert(QString::fromUtf8(group));
@@ -104,6 +124,17 @@ const QSet<QString>* WritableTags::groupsOf(const QString& name) const
 {
     const auto it = m_groupsByName.constFind(name.toLower());
     return it == m_groupsByName.cend() ? nullptr : &it.value();
+}
+
+std::optional<int> WritableTags::iptcTextLimit(const QString& name) const
+{
+    const int limit = m_iptcTextLimits.value(name.toLower());
+    return limit > 0 ? std::optional(limit) : std::nullopt;
+}
+
+bool WritableTags::isIptcText(const QString& name) const
+{
+    return m_iptcTextLimits.contains(name.toLower());
 }
 
 bool WritableTags::canWrite(const QString& tag) const
@@ -152,7 +183,7 @@ std::shared_ptr<const WritableTags> WritableTagsCache::tagsOf(const QString& loc
     const QMutexLocker locker(&m_mutex);
     if (const auto it = m_known.find(key); it != m_known.end())
         return it->second;
-    const QString file = QDir(m_folder).filePath(QStringLiteral("writable-tags-%1.txt").arg(key));
+    const QString file = QDir(m_folder).filePath(QStringLiteral("writable-tags-2-%1.txt").arg(key));
     std::shared_ptr<const WritableTags> tags;
     if (QFile saved(file); saved.open(QIODevice::ReadOnly)) {
         if (auto read = WritableTags::fromSerialized(saved.readAll()))

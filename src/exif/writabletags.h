@@ -31,10 +31,19 @@ public:
     // language code behind a name ("Title-fr").
     bool canWrite(const QString& tag) const;
 
+    // The most bytes an IPTC text tag holds ("Caption-Abstract" 2000), from
+    // its record's definition; nothing for a tag that isn't an IPTC text
+    // or has no limit. A list tag's limit is for each of its elements.
+    std::optional<int> iptcTextLimit(const QString& name) const;
+    // Whether `name` is one of IPTC's text tags, whose bytes a character
+    // set decides.
+    bool isIptcText(const QString& name) const;
+
 private:
     const QSet<QString>* groupsOf(const QString& name) const;
 
     QHash<QString, QSet<QString>> m_groupsByName; // all in lower case
+    QHash<QString, int> m_iptcTextLimits;         // by lower-case name; 0 for none
 };
 
 // Asks an exiftool once for its writable tags, which takes it a second or

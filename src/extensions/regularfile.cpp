@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "regularfile.h"
 
-#include "extensions/textfile.h"
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstring>
@@ -28,6 +28,22 @@ QString kindOf(mode_t mode)
 }
 
 } // namespace
+
+Error fileReadError(const QString& path, const QString& systemReason, bool missing)
+{
+    Error error;
+    error.domain = QStringLiteral("QuillbrookKit.FileReadError");
+    error.code = missing ? 260 : 257;
+    const QString name = QFileInfo(path).fileName();
+    error.errorDescription =
+        missing ? QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there "
+                                 "is no such file.")
+                      .arg(name)
+                : QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened.").arg(name);
+    error.failureReason = systemReason;
+    error.userInfo.insert(QStringLiteral("path"), path);
+    return error;
+}
 
 std::expected<void, Error> openRegularFile(QFile& file)
 {

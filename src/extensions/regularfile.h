@@ -9,6 +9,9 @@
 
 namespace qb {
 
+// The error for a file that can't be opened or read, in the user's terms.
+Error fileReadError(const QString& path, const QString& systemReason, bool missing);
+
 // Opens `file` (its name set, not yet open) for reading when the name leads,
 // through any links, to a regular file. A FIFO, a device, a socket or a
 // folder is refused at once with an error that says what it is: reading

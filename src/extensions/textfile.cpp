@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QStringDecoder>
 
+#include <algorithm>
 #include <optional>
 
 namespace qb {
@@ -106,20 +107,26 @@ Error undeterminedCodePage(const QString& fileName)
 
 } // namespace
 
-Error fileReadError(const QString& path, const QString& systemReason, bool missing)
+bool isValidUtf8(QByteArrayView bytes)
 {
-    Error error;
-    error.domain = QStringLiteral("QuillbrookKit.FileReadError");
-    error.code = missing ? 260 : 257;
-    const QString name = QFileInfo(path).fileName();
-    error.errorDescription =
-        missing ? QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened because there "
-                                 "is no such file.")
-                      .arg(name)
-                : QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened.").arg(name);
-    error.failureReason = systemReason;
-    error.userInfo.insert(QStringLiteral("path"), path);
-    return error;
+    constexpr qsizetype piece = qsizetype(1) << 20;
+    for (qsizetype from = 0; from < bytes.size();) {
+        qsizetype to = std::min(bytes.size(), from + piece);
+        // Each piece ends before a character's lead byte, so none is cut.
+        for (qsizetype back = to; to < bytes.size() && back > from; --back) {
+            if ((static_cast<unsigned char>(bytes[back]) & 0xC0) != 0x80) {
+                to = back;
+                break;
+            }
+        }
+        QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+        // The decoding happens when its result becomes a string.
+        const QString text = decoder.decode(bytes.sliced(from, to - from));
+        if (decoder.hasError())
+            return false;
+        from = to;
+    }
+    return true;
 }
 
 std::expected<QString, Error> decodeText(const QByteArray& bytes, const QString& fileName)

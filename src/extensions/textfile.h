@@ -3,8 +3,10 @@
 
 #include "extensions/codepages.h"
 #include "extensions/error.h"
+#include "extensions/regularfile.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QString>
 
 #include <expected>
@@ -33,10 +35,11 @@ struct DecodedText {
 std::expected<DecodedText, Error> decodeSpreadsheetText(const QByteArray& bytes,
                                                         const QString& fileName);
 
+// Whether `bytes` are UTF-8 throughout (a UTF-8 byte order mark included),
+// checked a piece at a time, so that a large file isn't decoded whole for it.
+bool isValidUtf8(QByteArrayView bytes);
+
 // The whole contents of a regular file.
 std::expected<QByteArray, Error> readFileBytes(const QString& path);
-
-// The error for a file that can't be opened or read, in the user's terms.
-Error fileReadError(const QString& path, const QString& systemReason, bool missing);
 
 } // namespace qb

@@ -31,6 +31,36 @@ const T* as(const ValueMapper& mapper)
 
 } // namespace
 
+SourceTagCriterion::SourceTagCriterion(QString name, NotificationCenter* center)
+    : StringCriterion(std::move(name), makeConversionModes(center),
+                      {QStringLiteral("sourceColumn"), QStringLiteral("Source column")})
+{
+}
+
+QString SourceTagCriterion::description() const
+{
+    return QStringLiteral("SourceTagCriterion(") + name + QLatin1Char(')');
+}
+
+ConversionModeCriterion::ConversionModeCriterion(QString displayName)
+    : m_displayName(std::move(displayName))
+{
+}
+
+QString ConversionModeCriterion::description() const
+{
+    return QStringLiteral("ConversionModeCriterion(") + m_displayName + QLatin1Char(')');
+}
+
+Criteria ConversionModeCriterion::rowCriteria(const QString& tagName) const
+{
+    Criteria row = innerNodes();
+    const Criteria& last = row.empty() ? children() : row.back()->children();
+    if (ExifTagCriterionPtr tag = findDestination(last, tagName))
+        row.push_back(tag);
+    return row;
+}
+
 DefaultValueMapper::DefaultValueMapper()
     : ConversionModeCriterion(QStringLiteral("use source value"))
     , m_children(destinationsFor(std::nullopt))

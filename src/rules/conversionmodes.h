@@ -3,9 +3,51 @@
 
 #include "rules/criterion.h"
 
-#include "kit/valuemappers.h"
+#include "mapping/valuemappers.h"
 
 namespace qb {
+
+// A way to treat the source value: the second popup of a row.
+class ConversionModeCriterion : public Criterion {
+public:
+    explicit ConversionModeCriterion(QString displayName);
+
+    DisplayValue displayValue() const override { return DisplayValue::ofText(m_displayName); }
+    RowPart rowPart() const override { return {QStringLiteral("mode"), QStringLiteral("Mode")}; }
+    QString description() const override;
+    const QString& sortingKey() const { return m_displayName; }
+
+    // The mapper type this mode builds, none for "use source value". It also
+    // chooses which destinations the mode offers.
+    virtual std::optional<MapperType> mapperType() const = 0;
+    // The mapper for a row made of `row`, or none.
+    virtual std::shared_ptr<const ValueMapper> mapper(const Criteria& row) const = 0;
+    // Takes the parameters of a stored mapper into this node's fields. The
+    // mapper is of this mode's type.
+    virtual void setParameters(const ValueMapper&) {}
+
+    // What follows this node in a row that ends at `tagName`: the inner
+    // nodes, then the destination, which is left out when this mode doesn't
+    // offer it. That is how a stored mapping finds its way back to a row.
+    Criteria rowCriteria(const QString& tagName) const;
+
+protected:
+    // The nodes between this one and the destination, in row order.
+    virtual Criteria innerNodes() const { return {}; }
+
+private:
+    QString m_displayName;
+};
+
+// One column of the data source, the start of every row. It owns the six
+// conversion modes, and with them one text field per mode: two rows of the
+// same column and mode share their texts, the last edit winning.
+class SourceTagCriterion final : public StringCriterion {
+public:
+    // `center` receives the rule text change of the column's text fields.
+    SourceTagCriterion(QString name, NotificationCenter* center);
+    QString description() const override;
+};
 
 // "use source value": no mapper, and every destination.
 class DefaultValueMapper final : public ConversionModeCriterion {

@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "criterion.h"
 
-#include "rules/conversionmodes.h"
-#include "rules/destinationtable.h"
-
 #include "extensions/notificationcenter.h"
 
 namespace qb {
@@ -18,17 +15,6 @@ StringCriterion::StringCriterion(QString name, Criteria children, RowPart part)
 QString StringCriterion::description() const
 {
     return QStringLiteral("StringCriterion(") + name + QLatin1Char(')');
-}
-
-SourceTagCriterion::SourceTagCriterion(QString name, NotificationCenter* center)
-    : StringCriterion(std::move(name), makeConversionModes(center),
-                      {QStringLiteral("sourceColumn"), QStringLiteral("Source column")})
-{
-}
-
-QString SourceTagCriterion::description() const
-{
-    return QStringLiteral("SourceTagCriterion(") + name + QLatin1Char(')');
 }
 
 TextFieldCriterion::TextFieldCriterion(QString stringValue, std::optional<QString> placeholder,
@@ -58,28 +44,18 @@ QString TextFieldCriterion::editorChanged(const QString& fieldText)
 {
     if (!fieldText.isEmpty())
         setStringValue(fieldText);
+    // Posted for the next turn of the event loop, never sent: an observer
+    // that saves the rows rebuilds the tree, and with it this criterion,
+    // which must not go while its field's signal is still running.
     if (m_center)
-        m_center->post(ruleTextChangeNotification, nullptr);
+        QMetaObject::invokeMethod(
+            m_center.data(),
+            [center = m_center] {
+                if (center)
+                    center->post(ruleTextChangeNotification, nullptr);
+            },
+            Qt::QueuedConnection);
     return m_stringValue;
-}
-
-ConversionModeCriterion::ConversionModeCriterion(QString displayName)
-    : m_displayName(std::move(displayName))
-{
-}
-
-QString ConversionModeCriterion::description() const
-{
-    return QStringLiteral("ConversionModeCriterion(") + m_displayName + QLatin1Char(')');
-}
-
-Criteria ConversionModeCriterion::rowCriteria(const QString& tagName) const
-{
-    Criteria row = innerNodes();
-    const Criteria& last = row.empty() ? children() : row.back()->children();
-    if (ExifTagCriterionPtr tag = findDestination(last, tagName))
-        row.push_back(tag);
-    return row;
 }
 
 } // namespace qb

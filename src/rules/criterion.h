@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "kit/valuemapperchain.h"
+#include "mapping/valuemapperchain.h"
 
 #include <QObject>
 #include <QPointer>
@@ -57,6 +57,9 @@ public:
     virtual RowPart rowPart() const = 0;
     // For the log: the class and what the node shows.
     virtual QString description() const = 0;
+    // Why a row that holds this node can't act as it stands, for the user;
+    // empty when it can.
+    virtual QString unfinishedReason() const { return {}; }
 };
 
 // A fixed word of the sentence, or a popup entry.
@@ -74,16 +77,6 @@ public:
 private:
     Criteria m_children;
     RowPart m_part;
-};
-
-// One column of the data source, the start of every row. It owns the six
-// conversion modes, and with them one text field per mode: two rows of the
-// same column and mode share their texts, the last edit winning.
-class SourceTagCriterion final : public StringCriterion {
-public:
-    // `center` receives the rule text change of the column's text fields.
-    SourceTagCriterion(QString name, NotificationCenter* center);
-    QString description() const override;
 };
 
 // Text the user types into a row: a delimiter, a format, a target. The
@@ -109,8 +102,9 @@ public:
 
     // The user has finished editing a field of this criterion. An emptied
     // field doesn't empty the value: a text that has had one keeps it, so a
-    // delimiter can't become empty. Posts the rule text change. Returns the
-    // text the field shows from now on.
+    // delimiter can't become empty. Posts the rule text change once the
+    // caller has returned to the event loop. Returns the text the field
+    // shows from now on.
     QString editorChanged(const QString& fieldText);
 
 signals:
@@ -122,38 +116,6 @@ private:
     Criteria m_children;
     RowPart m_part;
     QPointer<NotificationCenter> m_center;
-};
-
-// A way to treat the source value: the second popup of a row.
-class ConversionModeCriterion : public Criterion {
-public:
-    explicit ConversionModeCriterion(QString displayName);
-
-    DisplayValue displayValue() const override { return DisplayValue::ofText(m_displayName); }
-    RowPart rowPart() const override { return {QStringLiteral("mode"), QStringLiteral("Mode")}; }
-    QString description() const override;
-    const QString& sortingKey() const { return m_displayName; }
-
-    // The mapper type this mode builds, none for "use source value". It also
-    // chooses which destinations the mode offers.
-    virtual std::optional<MapperType> mapperType() const = 0;
-    // The mapper for a row made of `row`, or none.
-    virtual std::shared_ptr<const ValueMapper> mapper(const Criteria& row) const = 0;
-    // Takes the parameters of a stored mapper into this node's fields. The
-    // mapper is of this mode's type.
-    virtual void setParameters(const ValueMapper&) {}
-
-    // What follows this node in a row that ends at `tagName`: the inner
-    // nodes, then the destination, which is left out when this mode doesn't
-    // offer it. That is how a stored mapping finds its way back to a row.
-    Criteria rowCriteria(const QString& tagName) const;
-
-protected:
-    // The nodes between this one and the destination, in row order.
-    virtual Criteria innerNodes() const { return {}; }
-
-private:
-    QString m_displayName;
 };
 
 // The first criterion in `row` of type T, or null.

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "rules/criterion.h"
+#include "widgets/ruleeditordelegate.h"
+#include "widgets/rulerow.h"
 
 #include <QList>
 #include <QString>
@@ -13,26 +14,10 @@ class QVBoxLayout;
 
 namespace qb {
 
-class RuleEditor;
-class RuleRow;
-
-// What a rule editor asks about its tree; it knows nothing else of it. A
-// null criterion stands for the top of the tree.
-class RuleEditorDelegate {
-public:
-    virtual ~RuleEditorDelegate() = default;
-    virtual int numberOfChildren(const Criterion* criterion) = 0;
-    virtual CriterionPtr child(int index, const Criterion* criterion) = 0;
-    virtual DisplayValue displayValue(const Criterion* criterion, int row) = 0;
-    // Rows were added, removed, moved, or a choice in one changed, by the
-    // user or by a call.
-    virtual void ruleEditorRowsDidChange(RuleEditor& editor) = 0;
-};
-
 // Rows that read as sentences: each row is a path through the delegate's
 // tree, shown as a line of popups, fixed words and text fields, with add
 // and remove buttons at its end. Rows form a flat list.
-class RuleEditor : public QWidget {
+class RuleEditor : public QWidget, private RuleRowHost {
     Q_OBJECT
 
 public:
@@ -42,13 +27,13 @@ public:
     explicit RuleEditor(QWidget* parent = nullptr);
     ~RuleEditor() override;
 
-    RuleEditorDelegate* delegate() const { return m_delegate; }
+    RuleEditorDelegate* delegate() const override { return m_delegate; }
     void setDelegate(RuleEditorDelegate* delegate) { m_delegate = delegate; }
     NestingMode nestingMode() const { return m_nestingMode; }
     void setNestingMode(NestingMode mode) { m_nestingMode = mode; }
 
     // A read-only editor shows its rows but takes no change.
-    bool isEditable() const { return m_editable; }
+    bool isEditable() const override { return m_editable; }
     void setEditable(bool editable);
 
     // Shown in place of the rows while there are none.
@@ -56,7 +41,7 @@ public:
 
     // Shown on a row whose path stops before a leaf of the tree.
     void setIncompleteRowToolTip(const QString& text) { m_incompleteToolTip = text; }
-    const QString& incompleteRowToolTip() const { return m_incompleteToolTip; }
+    const QString& incompleteRowToolTip() const override { return m_incompleteToolTip; }
 
     int numberOfRows() const { return int(m_rows.size()); }
     Criteria criteriaForRow(int row) const;
@@ -69,6 +54,9 @@ public:
     // when the tree is empty.
     void addRow();
     void insertRow(int at);
+    // Appends a row that shows `criteria`, also when the tree offers
+    // nothing: a saved row without a place in it still shows.
+    void addRow(Criteria criteria);
     void removeRow(int row);
     void moveRow(int from, int to);
     // Rebuilds every row's controls from the delegate's answers.
@@ -80,14 +68,20 @@ public:
 
 signals:
     void rowsChanged();
+    // Rows or their controls were made, removed or moved: whatever orders
+    // the controls, such as Tab, has to look again.
+    void controlsChanged();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:
-    friend class RuleRow;
-    Criteria defaultPath(Criteria prefix, const Criteria& previous = {}) const;
-    void notifyRowsChanged();
+    Criteria defaultPath(Criteria prefix, const Criteria& previous = {}) const override;
+    void notifyRowsChanged() override;
+    void rowControlsChanged() override { emit controlsChanged(); }
+    void insertRowAfter(const QWidget* row) override { insertRow(rowOf(row) + 1); }
+    void removeRowOf(const QWidget* row) override { removeRow(rowOf(row)); }
+    void insertRow(int at, Criteria criteria);
     void renumberRows();
     int focusedRow() const;
     void moveFocusedRow(int by);

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "rulerow.h"
 
-#include "widgets/ruleeditor.h"
-
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -56,9 +54,9 @@ void clearLayout(QHBoxLayout* layout)
 
 } // namespace
 
-RuleRow::RuleRow(RuleEditor& editor, Criteria criteria)
-    : QFrame(&editor)
-    , m_editor(editor)
+RuleRow::RuleRow(RuleRowHost& host, Criteria criteria, QWidget* parent)
+    : QFrame(parent)
+    , m_host(host)
     , m_criteria(std::move(criteria))
 {
     setObjectName(QStringLiteral("ruleRow"));
@@ -75,16 +73,14 @@ RuleRow::RuleRow(RuleEditor& editor, Criteria criteria)
                                QStringLiteral("Remove this rule"), this);
     layout->addWidget(m_addButton);
     layout->addWidget(m_removeButton);
-    connect(m_addButton, &QToolButton::clicked, this,
-            [this] { m_editor.insertRow(m_editor.rowOf(this) + 1); });
-    connect(m_removeButton, &QToolButton::clicked, this,
-            [this] { m_editor.removeRow(m_editor.rowOf(this)); });
+    connect(m_addButton, &QToolButton::clicked, this, [this] { m_host.insertRowAfter(this); });
+    connect(m_removeButton, &QToolButton::clicked, this, [this] { m_host.removeRowOf(this); });
     rebuild();
 }
 
 RuleRow::Level RuleRow::levelAt(int level) const
 {
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     Level result{level == 0 ? nullptr : m_criteria[std::size_t(level - 1)].get(), {}};
     if (!delegate)
         return result;
@@ -96,7 +92,7 @@ RuleRow::Level RuleRow::levelAt(int level) const
 
 QStringList RuleRow::shape() const
 {
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     QStringList shape;
     if (!delegate)
         return shape;
@@ -128,30 +124,52 @@ void RuleRow::setCriteria(Criteria criteria)
 
 void RuleRow::rebuild()
 {
+    // A keyboard user who changed a choice stays at that place in the row.
+    int focused = -1;
+    for (int i = 0; i < m_controls->count(); ++i)
+        if (QWidget* control = m_controls->itemAt(i)->widget(); control && control->hasFocus())
+            focused = i;
+    rebuildControls();
+    if (focused >= 0 && focused < m_controls->count())
+        if (QWidget* control = m_controls->itemAt(focused)->widget())
+            control->setFocus(Qt::OtherFocusReason);
+    m_host.rowControlsChanged();
+}
+
+void RuleRow::rebuildControls()
+{
     clearLayout(m_controls);
     m_fields.clear();
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     if (!delegate)
         return;
     for (int level = 0; level < int(m_criteria.size()); ++level) {
         const Level choices = levelAt(level);
         const CriterionPtr& chosen = m_criteria[std::size_t(level)];
         const DisplayValue value = delegate->displayValue(chosen.get(), m_index);
+        // A saved rule the tree has no place for reads as its sentence.
+        const bool unplaced = level == 0 && chosen && !chosen->unfinishedReason().isEmpty();
         if (value.kind == DisplayValue::Kind::textField && value.textField)
             addField(level, value.textField);
-        else if (choices.choices.size() == 1 && value.kind == DisplayValue::Kind::text)
+        else if (unplaced ||
+                 (choices.choices.size() == 1 && value.kind == DisplayValue::Kind::text))
             addLabel(value);
         else
             addPopUp(level, choices, selectedIndex(choices, chosen));
     }
     const int next = int(m_criteria.size());
     const Level rest = levelAt(next);
-    const bool incomplete = !rest.choices.isEmpty();
-    if (incomplete)
+    if (!rest.choices.isEmpty())
         addPopUp(next, rest, -1);
-    markIncomplete(incomplete);
+    QString reason;
+    for (const CriterionPtr& criterion : m_criteria)
+        if (criterion && reason.isEmpty())
+            reason = criterion->unfinishedReason();
+    if (!reason.isEmpty())
+        addNote(reason);
+    markIncomplete(!rest.choices.isEmpty() || !reason.isEmpty(), reason);
     bindFields();
-    setEditable(m_editor.isEditable());
+    setEditable(m_host.isEditable());
 }
 
 // The chosen node, or failing that one that reads the same: a row kept
@@ -171,7 +189,7 @@ int RuleRow::selectedIndex(const Level& level, const CriterionPtr& chosen) const
 
 void RuleRow::addPopUp(int level, const Level& choices, int selected)
 {
-    RuleEditorDelegate* delegate = m_editor.delegate();
+    RuleEditorDelegate* delegate = m_host.delegate();
     auto* popUp = new QComboBox(this);
     RowPart part;
     for (int i = 0; i < choices.choices.size(); ++i) {
@@ -195,11 +213,16 @@ void RuleRow::addPopUp(int level, const Level& choices, int selected)
     popUp->setObjectName(part.name + QStringLiteral("PopUp"));
     const QString current = selected < 0 ? QStringLiteral("none chosen") : popUp->currentText();
     popUp->setAccessibleName(part.label + QStringLiteral(": ") + current);
+    // On Linux a popup is read by its current item; what it chooses goes in
+    // the description, which screen readers read after it.
+    popUp->setAccessibleDescription(part.label);
     popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_controls->addWidget(popUp);
     // The choices are asked for again: the criteria may have been replaced
-    // by equal ones since the popup was built.
-    connect(popUp, &QComboBox::activated, this, [this, level, popUp](int index) {
+    // by equal ones since the popup was built. A choice counts however it is
+    // made, also by an assistive tool or code; building the popup above
+    // chose nothing, as it wasn't connected yet.
+    connect(popUp, &QComboBox::currentIndexChanged, this, [this, level, popUp](int index) {
         const QVariant child = popUp->itemData(index, childIndexRole);
         if (child.isValid())
             choose(level, levelAt(level).choices.value(child.toInt()));
@@ -226,6 +249,17 @@ void RuleRow::addLabel(const DisplayValue& value)
     m_controls->addWidget(label);
 }
 
+void RuleRow::addNote(const QString& reason)
+{
+    auto* note = new QLabel(reason, this);
+    note->setObjectName(QStringLiteral("unfinishedNote"));
+    note->setForegroundRole(QPalette::PlaceholderText);
+    QFont italic = note->font();
+    italic.setItalic(true);
+    note->setFont(italic);
+    m_controls->addWidget(note);
+}
+
 // A field follows whichever criterion its level holds now, both ways: its
 // edits reach the criterion, and another row's edit of a shared criterion
 // shows here.
@@ -245,11 +279,20 @@ void RuleRow::bindFields()
                                               if (field->text() != value)
                                                   field->setText(value);
                                           }));
+        const std::weak_ptr<Criterion> weak = m_criteria[std::size_t(level)];
         m_fieldConnections.append(
-            connect(field, &QLineEdit::editingFinished, criterion, [field, criterion] {
-                if (field->text() == criterion->stringValue())
+            connect(field, &QLineEdit::editingFinished, criterion, [this, field, weak] {
+                // Held for the call: what an edit sets off may rebuild the
+                // tree that owns the criterion.
+                const CriterionPtr held = weak.lock();
+                auto* edited = dynamic_cast<TextFieldCriterion*>(held.get());
+                if (!edited || field->text() == edited->stringValue())
                     return;
-                field->setText(criterion->editorChanged(field->text()));
+                field->setText(edited->editorChanged(field->text()));
+                // Told once the field's signal has returned: saving the rows
+                // rebuilds the tree, and may rebuild this row's controls.
+                QMetaObject::invokeMethod(
+                    this, [this] { m_host.notifyRowsChanged(); }, Qt::QueuedConnection);
             }));
     }
 }
@@ -262,14 +305,16 @@ void RuleRow::choose(int level, const CriterionPtr& choice)
     Criteria prefix(m_criteria.begin(), split);
     prefix.push_back(choice);
     const Criteria previous(split, m_criteria.end());
-    setCriteria(m_editor.defaultPath(std::move(prefix), previous));
-    m_editor.notifyRowsChanged();
+    setCriteria(m_host.defaultPath(std::move(prefix), previous));
+    m_host.notifyRowsChanged();
 }
 
-void RuleRow::markIncomplete(bool incomplete)
+void RuleRow::markIncomplete(bool incomplete, const QString& reason)
 {
     m_incomplete = incomplete;
-    setToolTip(incomplete ? m_editor.incompleteRowToolTip() : QString());
+    const QString why = reason.isEmpty() ? m_host.incompleteRowToolTip() : reason;
+    setToolTip(incomplete ? why : QString());
+    setAccessibleDescription(incomplete ? why : QString());
     setStyleSheet(incomplete ? QStringLiteral("QFrame#ruleRow { border: 2px solid #c62828; "
                                               "border-radius: 4px; }")
                              : QString());

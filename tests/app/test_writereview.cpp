@@ -49,13 +49,21 @@ TEST(FailedFilesDialog, NamesEachFailedFileWithItsReason)
     qb::testing::ensureGuiApplication();
     Error error;
     error.errorDescription = "exiftool could not write the metadata.";
-    const FileOutcomes outcomes{{"/s/a.jpg", FileOutcomeKind::written, {}},
-                                {"/s/b.jpg", FileOutcomeKind::failed, "Corrupted JPEG image"},
-                                {"/s/c.jpg", FileOutcomeKind::failed, "File not found"}};
+    const FileOutcomes outcomes{
+        {"/s/a.jpg", FileOutcomeKind::written, {}},
+        {"/s/d.jpg", FileOutcomeKind::leftOut, leftOutReason::stillBeingWritten()},
+        {"/s/b.jpg", FileOutcomeKind::failed, "Corrupted JPEG image"},
+        {"/s/e.jpg", FileOutcomeKind::notWritten, "the write was stopped first"},
+        {"/s/c.jpg", FileOutcomeKind::failed, "File not found"}};
     FailedFilesDialog dialog(error, outcomes);
-    ASSERT_EQ(dialog.table()->rowCount(), 2);
+    ASSERT_EQ(dialog.table()->rowCount(), 4);
     EXPECT_EQ(rowTexts(*dialog.table(), 0), QStringList({"b.jpg", "Corrupted JPEG image"}));
     EXPECT_EQ(rowTexts(*dialog.table(), 1), QStringList({"c.jpg", "File not found"}));
+    EXPECT_EQ(rowTexts(*dialog.table(), 2),
+              QStringList({"e.jpg", "not written: the write was stopped first"}));
+    EXPECT_EQ(rowTexts(*dialog.table(), 3),
+              QStringList({"d.jpg", "left out: still being written"}));
     EXPECT_EQ(dialog.findChild<QLabel*>("failedFilesSummary")->text(),
-              "2 of 3 files failed; 1 written, 0 unchanged, 2 failed.");
+              "2 of 5 files failed; 1 written, 0 unchanged, 2 failed, 1 not written, 1 left "
+              "out.");
 }

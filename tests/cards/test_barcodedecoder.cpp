@@ -2,7 +2,7 @@
 #include "cardimages.h"
 
 #include "cards/barcodedecoder.h"
-#include "cards/embeddedpreview.h"
+#include "cards/framepreviews.h"
 #include "exif/exiftool.h"
 #include "exif/stayopenexiftool.h"
 
@@ -42,14 +42,14 @@ QByteArray jpegBytes(const QImage& image)
     return bytes;
 }
 
-class FakePreviews : public PreviewSource {
+class FakePreviews : public FramePreviews {
 public:
-    std::expected<std::optional<QByteArray>, Error> preview(const QString& path, int) override
+    std::expected<QByteArray, QString> preview(const QString& path, int) override
     {
         asked << path;
         return bytes;
     }
-    std::optional<QByteArray> bytes;
+    QByteArray bytes;
     QStringList asked;
 };
 
@@ -106,7 +106,7 @@ TEST_F(Decoding, tellsUnreadableFramesFromFramesWithoutCode)
     auto previews = std::make_shared<FakePreviews>();
     const struct {
         QString path;
-        std::optional<QByteArray> preview;
+        QByteArray preview;
         const char* expected;
     } rows[] = {
         {m_dir.filePath("missing.jpg"), {}, "unreadable"},
@@ -123,39 +123,17 @@ TEST_F(Decoding, tellsUnreadableFramesFromFramesWithoutCode)
     EXPECT_EQ(previews->asked, QStringList(3, raw));
 }
 
-TEST_F(Decoding, choosesThePreviewClosestAboveTheDecodingSize)
-{
-    const auto answer = [](std::initializer_list<std::pair<const char*, int>> images) {
-        QByteArray object = "[{\"SourceFile\": \"a.nef\"";
-        for (const auto& [tag, side] : images)
-            object += QByteArray(", \"") + tag + "\": \"base64:" +
-                      jpegBytes(QImage(side, side / 2, QImage::Format_RGB32)).toBase64() + "\"";
-        return object + "}]";
-    };
-    const auto chosenWidth = [](const QByteArray& answer) {
-        const auto chosen = choosePreview(answer, 1600);
-        return chosen && *chosen ? QImage::fromData(**chosen).width() : chosen ? 0 : -1;
-    };
-    EXPECT_EQ(chosenWidth(
-                  answer({{"JpgFromRaw", 6000}, {"PreviewImage", 1620}, {"ThumbnailImage", 160}})),
-              1620);
-    EXPECT_EQ(chosenWidth(answer({{"PreviewImage", 640}, {"ThumbnailImage", 160}})), 640);
-    EXPECT_EQ(chosenWidth(answer({{"JpgFromRaw", 6000}, {"OtherImage", 2000}})), 2000);
-    EXPECT_EQ(chosenWidth(answer({})), 0);
-    EXPECT_EQ(chosenWidth("Error: not JSON"), -1);
-}
-
 // Frames decode off the calling thread, and a cancel leaves those not begun.
 TEST_F(Decoding, cancellingStopsTheFramesNotBegun)
 {
-    class Blocking : public PreviewSource {
+    class Blocking : public FramePreviews {
     public:
-        std::expected<std::optional<QByteArray>, Error> preview(const QString&, int) override
+        std::expected<QByteArray, QString> preview(const QString&, int) override
         {
             entered.release();
             go.acquire();
             ++calls;
-            return std::optional<QByteArray>();
+            return QByteArray();
         }
         QSemaphore entered, go;
         std::atomic<int> calls = 0;
@@ -186,7 +164,7 @@ TEST_F(Decoding, decodesTheEmbeddedPreviewThroughExiftool)
     exiftool.start(installedExiftoolPath(),
                    {"-q", "-q", "-overwrite_original", "-ThumbnailImage<=" + preview, path});
     ASSERT_TRUE(exiftool.waitForFinished(30000));
-    auto source = std::make_shared<ExiftoolPreviewSource>(
+    auto source = std::make_shared<ExiftoolFramePreviews>(
         installedExiftoolPath(),
         std::vector<std::shared_ptr<ProcessRunner>>{std::make_shared<StayOpenExiftool>()});
     EXPECT_EQ(outcome(BarcodeDecoder(source, {1600, true}).decodeFile(path)), "P-55");

@@ -201,9 +201,9 @@ TEST_F(AssignWrite, WhatWouldBeWrittenWrongIsRefusedOrTold)
          "direct",
          {rule("Title", "XMP-xmp:Rating")},
          csv,
-         0,
+         1,
+         "0 written, 0 unchanged, 3 failed",
          "",
-         "Finished writing images. 0 written, 3 unchanged, 0 failed.\n",
          ""},
         {"tag a sidecar can't hold",
          "xmp",
@@ -287,7 +287,9 @@ TEST_F(AssignWrite, AmbiguousRowsAreToldAndStrictWritesNothing)
         // of the two titles.
         const auto images = readBack({m_dir.filePath("overlap")});
         EXPECT_EQ(images.at("S12_0001.jpg").contains("XMP:Title"), c.written);
-        EXPECT_EQ(result.out.startsWith("Finished writing images. 3 written"), c.written);
+        // T9's row is the totals row, whose empty title leaves its file alone.
+        EXPECT_EQ(result.out.startsWith("Finished writing images. 2 written, 1 unchanged"),
+                  c.written);
     }
 }
 

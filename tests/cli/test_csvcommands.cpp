@@ -125,9 +125,16 @@ TEST_F(AssignDryRun, PrintsTheBatchForExiftool)
     const QJsonObject a1 = bySource.at(m_dir.filePath("shoot/sub/A1_2.jpg"));
     EXPECT_EQ(a1["XMP:Title"].toString(), "HELLO");
     EXPECT_EQ(a1["XMP:Subject"].toArray(), QJsonArray({"a", "b"}));
+    // B2's empty tags cell leaves the file's keywords alone, and says so.
     const QJsonObject b2 = bySource.at(m_dir.filePath("shoot/B2.jpg"));
-    EXPECT_EQ(b2["XMP:Subject"].toArray(), QJsonArray({""}));
-    EXPECT_EQ(batch[0].toObject().keys().size(), 3);
+    EXPECT_FALSE(b2.contains("XMP:Subject"));
+    EXPECT_EQ(a1.keys().size(), 3);
+    EXPECT_TRUE(result.err.contains("B2.jpg: empty cells leave XMP:Subject as the file has them"));
+    const CliResult cleared =
+        runCli({"assign", "--dry-run", "--empty-cells", "clear", "--mappings", m_mappings, "--csv",
+                m_csv, "--key", "id", m_dir.filePath("shoot/B2.jpg")});
+    ASSERT_EQ(cleared.status, 0) << cleared.err.toStdString();
+    EXPECT_EQ(json(cleared).array().first().toObject()["XMP:Subject"].toArray(), QJsonArray());
 }
 
 TEST_F(AssignDryRun, MatchStyleAndErrors)
@@ -215,7 +222,7 @@ TEST_F(AssignDryRun, SemicolonsAndCodePagesAsExcelSavesThem)
         {"given",
          {"--delimiter", "semicolon", "--encoding", "cp1252"},
          "K\u00d8BENHAVN OCH G\u00d6TEBORG",
-         ""},
+         "B2.jpg: empty cells leave XMP:Subject as the file has them"},
         {"comma_as_before", {}, nullptr, "Quotes aren't allowed within fields"},
     };
     for (const auto& c : cases) {

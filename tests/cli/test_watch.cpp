@@ -4,6 +4,7 @@
 
 #include <QDirIterator>
 #include <QElapsedTimer>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -40,6 +41,11 @@ protected:
     }
 
     QString path(const QString& name) const { return m_folder.filePath(name); }
+    // The writer lock, the claims on folders and the journals of its own.
+    QStringList environment() const
+    {
+        return {"XDG_RUNTIME_DIR=" + m_folder.path(), "XDG_STATE_HOME=" + path("state")};
+    }
     QByteArray jpegBytes() const
     {
         QFile file(path("template/A.jpg"));
@@ -52,10 +58,12 @@ protected:
 
     void start(const QStringList& extra = {})
     {
-        prepareCli(m_watch, QStringList{"watch", "--mappings", path("rows.json"), "--csv",
-                                        path("shots.csv"), "--key", "Shot", "--match", "equals",
-                                        "--method", "direct", "--exiftool", path("exiftool")} +
-                                extra + QStringList{path("shoot")});
+        prepareCli(m_watch,
+                   QStringList{"watch", "--mappings", path("rows.json"), "--csv", path("shots.csv"),
+                               "--key", "Shot", "--match", "equals", "--method", "direct",
+                               "--exiftool", path("exiftool")} +
+                       extra + QStringList{path("shoot")},
+                   environment());
         m_watch.start();
         ASSERT_TRUE(m_watch.waitForStarted());
         waitFor([this] { return m_err.contains("watching"); });
@@ -200,6 +208,139 @@ TEST_F(WatchTest, BadUsageEndsWithStatusTwo)
         EXPECT_EQ(result.status, 2);
         EXPECT_TRUE(result.err.contains(row.message)) << result.err.toStdString();
     }
+}
+
+// A tether program writes the capture in three pieces, holding it open
+// through pauses longer than any settle time.
+class PausingWriter : public WatchTest, public ::testing::WithParamInterface<QStringList> {};
+
+TEST_P(PausingWriter, TheCaptureIsWrittenOnlyOnceItsWriterHasClosedIt)
+{
+    start(GetParam());
+    const QByteArray bytes = jpegBytes();
+    const qsizetype third = bytes.size() / 3 + 1;
+    for (int i = 0; i < 3; ++i)
+        writeFile(path("piece%1").arg(i), bytes.mid(i * third, third));
+    QProcess tether;
+    tether.start("/bin/sh", {"-c",
+                             "exec 3>\"$1\"; cat \"$2\" >&3; sleep 2.5; cat \"$3\" >&3; "
+                             "sleep 2.5; cat \"$4\" >&3",
+                             "sh", path("shoot/A101_0002.jpg"), path("piece0"), path("piece1"),
+                             path("piece2")});
+    ASSERT_TRUE(tether.waitForStarted());
+    waitFor([&tether] { return tether.waitForFinished(10); });
+    EXPECT_TRUE(m_out.isEmpty()) << "written while its writer still had it open";
+    waitFor([this] { return m_out.contains("A101_0002.jpg"); });
+    QThread::msleep(300);
+    EXPECT_EQ(stop(), 128 + SIGTERM);
+    EXPECT_EQ(m_out, "A101_0002.jpg: 1 tag\n") << m_err.toStdString();
+    EXPECT_EQ(titles()["A101_0002.jpg"], "Look 2");
+    // Whole: every byte of the capture is there, and it still decodes.
+    EXPECT_GT(QFileInfo(path("shoot/A101_0002.jpg")).size(), bytes.size());
+    EXPECT_FALSE(QImage(path("shoot/A101_0002.jpg")).isNull());
+}
+
+INSTANTIATE_TEST_SUITE_P(NoticesAndPolling, PausingWriter,
+                         ::testing::Values(QStringList{},
+                                           QStringList{"--poll", "0.2", "--settle", "0.5"}));
+
+TEST_F(WatchTest, AssignAndASecondWatchRewriteNoCapture)
+{
+    start();
+    copyIn("A101_0001.jpg");
+    waitFor([this] { return m_out.contains("A101_0001.jpg"); });
+    // The producer corrects the row and writes it with assign.
+    writeFile(path("corrected.csv"), "Shot,Title\nA101_0001,Corrected\n");
+    const CliResult assigned = runCli(
+        {"assign", "--mappings", path("rows.json"), "--csv", path("corrected.csv"), "--key", "Shot",
+         "--match", "equals", "--method", "direct", "--exiftool", path("exiftool"), path("shoot")},
+        {}, {}, 60000, environment());
+    EXPECT_EQ(assigned.status, 0) << assigned.err.toStdString();
+    // A second watch, by another path to the same folder, doesn't start.
+    ASSERT_TRUE(QFile::link(path("shoot"), path("same")));
+    const CliResult second =
+        runCli({"watch", "--mappings", path("rows.json"), "--csv", path("shots.csv"), "--key",
+                "Shot", "--method", "direct", "--exiftool", path("exiftool"), path("same")},
+               {}, {}, 60000, environment());
+    EXPECT_EQ(second.status, 1);
+    EXPECT_TRUE(second.err.contains(
+        QStringLiteral("another watch is writing this folder (pid %1)").arg(m_watch.processId())))
+        << second.err.toStdString();
+    QThread::msleep(1000);
+    EXPECT_EQ(stop(), 128 + SIGTERM);
+    EXPECT_EQ(m_out, "A101_0001.jpg: 1 tag\n") << m_err.toStdString();
+    EXPECT_EQ(titles()["A101_0001.jpg"], "Corrected");
+}
+
+struct GoneCase {
+    QStringList options;
+    bool renamed;
+    const char* said;
+};
+
+class FolderGone : public WatchTest, public ::testing::WithParamInterface<GoneCase> {};
+
+TEST_P(FolderGone, WatchSaysSoAndEndsWithStatusOne)
+{
+    start(GetParam().options);
+    if (GetParam().renamed)
+        ASSERT_TRUE(QDir().rename(path("shoot"), path("shoot-renamed")));
+    else
+        ASSERT_TRUE(QDir(path("shoot")).removeRecursively());
+    ASSERT_TRUE(m_watch.waitForFinished(30000));
+    m_err += QString::fromUtf8(m_watch.readAllStandardError());
+    EXPECT_EQ(m_watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(m_watch.exitCode(), 1);
+    EXPECT_TRUE(m_err.contains(QStringLiteral("the watched folder %1 %2; watch stops")
+                                   .arg(path("shoot"), QLatin1String(GetParam().said))))
+        << m_err.toStdString();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    RemovedOrRenamed, FolderGone,
+    ::testing::Values(GoneCase{{}, false, "was removed"},
+                      GoneCase{{}, true, "was moved or renamed"},
+                      GoneCase{{"--poll", "0.2"}, false, "was removed, moved or renamed"},
+                      GoneCase{{"--poll", "0.2"}, true, "was removed, moved or renamed"}));
+
+TEST_F(WatchTest, ASessionNamesOddNamesReadsCorrectedRowsAndCanBeUndone)
+{
+    start();
+    // A capture whose name isn't UTF-8.
+    const QByteArray odd = QFile::encodeName(path("shoot/")) + "A101_0001\xe9.jpg";
+    QFile::copy(path("template/A.jpg"), path("odd.jpg"));
+    ASSERT_EQ(::rename(QFile::encodeName(path("odd.jpg")).constData(), odd.constData()), 0);
+    waitFor([this] { return m_err.contains("left out"); });
+    EXPECT_TRUE(m_err.contains("A101_0001\\xE9.jpg: the name isn't UTF-8; left out"))
+        << m_err.toStdString();
+
+    // The producer corrects the CSV; then saves one the rows can't be read from.
+    writeFile(path("shots.csv"), "Shot,Title\nA101_0002,Fixed 2\nA101_0003,Fixed 3\n");
+    waitFor([this] { return m_err.contains("rows reloaded"); });
+    EXPECT_TRUE(m_err.contains("rows reloaded: 2")) << m_err.toStdString();
+    copyIn("A101_0002.jpg");
+    waitFor([this] { return m_out.contains("A101_0002.jpg"); });
+    writeFile(path("shots.csv"), "Name,Title\nA101_0003,Broken\n");
+    waitFor([this] { return m_err.contains("the old rows stay"); });
+    EXPECT_TRUE(m_err.contains("rows not reloaded: ")) << m_err.toStdString();
+    copyIn("A101_0003.jpg");
+    waitFor([this] { return m_out.contains("A101_0003.jpg"); });
+    EXPECT_EQ(titles()["A101_0002.jpg"], "Fixed 2");
+    EXPECT_EQ(titles()["A101_0003.jpg"], "Fixed 3");
+
+    EXPECT_EQ(stop(), 128 + SIGTERM);
+    EXPECT_TRUE(m_err.contains("watch stopped: 2 written, 0 failed, 0 skipped, 1 left out"))
+        << m_err.toStdString();
+    // One journal for the session undoes both captures.
+    const qsizetype at = m_err.indexOf("journal: ");
+    ASSERT_GE(at, 0) << m_err.toStdString();
+    const QString journal = m_err.mid(at + 9).section('\n', 0, 0);
+    const CliResult undone =
+        runCli({"undo", "--exiftool", path("exiftool"), journal}, {}, {}, 60000, environment());
+    EXPECT_EQ(undone.status, 0) << undone.err.toStdString();
+    EXPECT_EQ(undone.out, "Restored values. 2 written, 0 unchanged, 0 failed.\n");
+    EXPECT_EQ(titles()["A101_0002.jpg"], "");
+    EXPECT_EQ(titles()["A101_0003.jpg"], "");
 }
 
 } // namespace

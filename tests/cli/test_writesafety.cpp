@@ -178,4 +178,68 @@ TEST_F(ManyImages, TwoWritesOnOneFolderTakeTurnsAndLoseNothing)
     EXPECT_EQ(whole, 1000); // each write kept the other's value
 }
 
+// Killed outright in the middle of a parallel write, then at once another
+// write on the same files: with the real exiftool, which leaves at its
+// parent's death, and with one that takes its time (a wrapper that doesn't
+// pass the signal on, so its exiftool ends its chunk first).
+class KilledWrite : public ManyImages, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(KilledWrite, TheNextWriteWaitsForItsExiftoolsAndLosesNothing)
+{
+    const bool slow = GetParam();
+    makeImages(1000);
+    const QStringList environment{"TMPDIR=" + m_temp.path(), "XDG_RUNTIME_DIR=" + m_temp.path(),
+                                  "XDG_STATE_HOME=" + m_temp.filePath("state")};
+    QStringList first = assign("Title", "First", "XMP-dc:Title");
+    first.insert(1, "--jobs");
+    first.insert(2, "2");
+    if (slow) {
+        const QString wrapper = writeFile(m_dir.filePath("slow-exiftool"),
+                                          "#!/bin/sh\ntrap '' INT\n/usr/bin/exiftool \"$@\"\n");
+        QFile::setPermissions(wrapper, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        first[first.indexOf("/usr/bin/exiftool")] = wrapper;
+    }
+    QProcess killed;
+    prepareCli(killed, first, environment);
+    killed.start();
+    ASSERT_TRUE(killed.waitForStarted(10000));
+    const qint64 pid = killed.processId();
+    ASSERT_TRUE(eventually([&] { return writesWithExiftool(pid); }));
+    ::kill(pid_t(pid), SIGKILL);
+    QStringList second = assign("Keywords", "second", "XMP-dc:Subject");
+    second.insert(1, "--jobs");
+    second.insert(2, "2");
+    QProcess next;
+    prepareCli(next, second, environment);
+    next.start();
+    ASSERT_TRUE(killed.waitForFinished(10000));
+    ASSERT_TRUE(next.waitForFinished(300000));
+    const QString said = QString::fromUtf8(next.readAllStandardError());
+    EXPECT_EQ(next.exitCode(), 0) << said.toStdString();
+    EXPECT_EQ(next.readAllStandardOutput(),
+              "Finished writing images. 1000 written, 0 unchanged, 0 failed.\n");
+    if (slow) {
+        EXPECT_TRUE(said.contains("waiting for another Quillbrook write")) << said.toStdString();
+    }
+
+    // Every file reads back whole, with the second write's value; no
+    // exiftool of the killed write is left, nor its private folder.
+    EXPECT_EQ(processesMentioning(m_dir.path()), QStringList());
+    EXPECT_EQ(shootEntries().size(), 1000)
+        << shootEntries().filter("_exiftool_tmp").join(' ').toStdString();
+    const CliResult read =
+        runCli({"read", "--exiftool", "/usr/bin/exiftool", m_dir.filePath("shoot")});
+    const QJsonArray images = QJsonDocument::fromJson(read.out.toUtf8()).array();
+    ASSERT_EQ(images.size(), 1000) << read.err.toStdString();
+    int kept = 0;
+    for (const auto& image : images)
+        kept += image.toObject()["XMP:Subject"] == "second";
+    EXPECT_EQ(kept, 1000);
+    EXPECT_EQ(
+        QDir(m_temp.path()).entryList({QStringLiteral("quillbrook-%1-*").arg(pid)}, QDir::Dirs),
+        QStringList());
+}
+
+INSTANTIATE_TEST_SUITE_P(RealAndSlowToEnd, KilledWrite, ::testing::Bool());
+
 } // namespace

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "extensions/log.h"
-#include "kit/metadatamapping.h"
+#include "mapping/metadatamapping.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -13,7 +13,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace qb;
 
@@ -128,6 +132,61 @@ TEST_F(StayOpenExiftoolTest, HungExiftoolTimesOutClearlyAndTheNextRequestStartsA
                  [](std::expected<ProcessResult, ExiftoolError> result) { EXPECT_FALSE(result); });
     EXPECT_NE(hangingPid(), first);
     EXPECT_TRUE(processGone(hangingPid()));
+}
+
+} // namespace
+
+namespace {
+
+// What a child of each runner sees of itself: its process group and the
+// files it holds open.
+TEST(ChildProcesses, EachHasItsOwnGroupAndTheDescriptorsHandedDown)
+{
+    QTemporaryDir folder;
+    const auto open = [&folder](const char* name) {
+        return ::open(QFile::encodeName(folder.filePath(name)).constData(),
+                      O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    };
+    const int handedDown = open("handed-down");
+    const int kept = open("kept");
+    ASSERT_GE(handedDown, 0);
+    ASSERT_GE(kept, 0);
+    inheritInChildProcesses(handedDown);
+    const QString script = folder.filePath("self");
+    QFile file(script);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    // Answers as exiftool would, the long-lived one's first request too,
+    // which it reads whole first and stays after: had it left at once, the
+    // request could meet a closed pipe, and the test fail now and then.
+    file.write("#!/bin/sh\n"
+               "mode=$1\n"
+               "if [ \"$mode\" = -stay_open ]; then\n"
+               "  while read -r line && [ \"${line#-execute}\" = \"$line\" ]; do :; done\n"
+               "fi\n"
+               "set -- $(cat /proc/$$/stat)\n"
+               "echo \"$1 $5\"\n"
+               "for fd in /proc/$$/fd/*; do readlink $fd; done\n"
+               "if [ \"$mode\" = -stay_open ]; then\n"
+               "  echo '{ready1}'; echo '{ready1 0}' >&2; exec cat >/dev/null\n"
+               "fi\n");
+    file.close();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+    SystemProcessRunner fresh;
+    StayOpenExiftool keptOpen(std::chrono::milliseconds(3000));
+    for (ProcessRunner* runner : std::initializer_list<ProcessRunner*>{&fresh, &keptOpen}) {
+        SCOPED_TRACE(runner == &fresh ? "fresh" : "stay-open");
+        const ProcessRunResult result = runner->run(script, {});
+        ASSERT_TRUE(result.has_value()) << result.error().reason.toStdString();
+        const QStringList lines = QString::fromUtf8(result->standardOutput).split('\n');
+        const QStringList ids = lines.first().split(' ');
+        ASSERT_EQ(ids.size(), 2);
+        EXPECT_EQ(ids[0], ids[1]) << "pid and process group";
+        EXPECT_TRUE(lines.contains(folder.filePath("handed-down")));
+        EXPECT_FALSE(lines.contains(folder.filePath("kept")));
+    }
+    ::close(handedDown);
+    ::close(kept);
 }
 
 } // namespace

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "sources/imagevalidator.h"
+#include "sources/urlimageprovider.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QCheckBox;
+class QLabel;
+class QPushButton;
+class QToolButton;
+class QWidget;
+
+namespace qb {
+
+class DataSourcePresentable;
+class DestinationView;
+class FileAndFolderDialog;
+class ImageWarningViewController;
+class NotificationCenter;
+class Preferences;
+class ShotlistViewController;
+
+// The images of a document window: the drop area with its count and
+// warnings, the choice of images, and the shot list over them.
+class ImagesAreaController final : public QObject {
+    Q_OBJECT
+
+public:
+    struct Context {
+        Preferences* preferences = nullptr;
+        NotificationCenter* center = nullptr;
+        // The window's data source panel, or null; asked anew each time, as
+        // the window replaces its panel.
+        std::function<DataSourcePresentable*()> panel;
+        // Whose notifications refresh the shot list.
+        const QObject* notifier = nullptr;
+    };
+
+    ImagesAreaController(Context context, QWidget* parent);
+
+    QWidget* view() const { return m_view; }
+    DestinationView* dropTarget() const { return m_dropTarget; }
+    QLabel* dropNotice() const { return m_dropNotice; }
+    QLabel* countLabel() const { return m_countLabel; }
+    QToolButton* warningButton() const { return m_warningButton; }
+    QPushButton* shotlistButton() const { return m_shotlistButton; }
+
+    URLImageProvider& provider() const { return *m_provider; }
+    const std::optional<ImageValidator::ValidatedImages>& validatedImages() const
+    {
+        return m_validatedImages;
+    }
+    // Where the rows tie to the images ambiguously, as the last refresh
+    // found it: shown beside the image warning.
+    const QStringList& matchFindings() const { return m_matchFindings; }
+    // Whether the last refresh found images the write method can write.
+    bool hasWritableImages() const;
+
+    // Counts and checks the images again, for the write method in force and
+    // the rows of the panel.
+    void refresh();
+    // Replaces the images, as a drop of files and folders does.
+    void dropImages(const QList<QUrl>& urls);
+    void selectImages();
+    ImageWarningViewController* showImageWarning();
+    ShotlistViewController* showShotlist();
+
+signals:
+    // After each refresh.
+    void imagesChanged();
+
+private:
+    void build(QWidget* parent);
+    FileAndFolderDialog& openPanel();
+    QStringList findMatchFindings(const QList<QUrl>& images) const;
+    QString warningText() const;
+
+    Context m_context;
+    std::shared_ptr<URLImageProvider> m_provider;
+    std::optional<ImageValidator::ValidatedImages> m_validatedImages;
+    QStringList m_matchFindings;
+    // Images of the last drop or choice left out, as their names aren't UTF-8.
+    QStringList m_leftOutImages;
+
+    QWidget* m_view = nullptr;
+    DestinationView* m_dropTarget = nullptr;
+    QLabel* m_dropNotice = nullptr;
+    QLabel* m_countLabel = nullptr;
+    QToolButton* m_warningButton = nullptr;
+    QPushButton* m_shotlistButton = nullptr;
+    QPointer<FileAndFolderDialog> m_openPanel;
+    QCheckBox* m_includeSubdirsCheck = nullptr;
+};
+
+} // namespace qb
