@@ -3,6 +3,7 @@
 
 #include "exif/exiftool.h"
 
+#include <QDateTime>
 #include <QPainter>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -130,6 +131,53 @@ bool stampCaptureTimes(const std::vector<CaptureStamp>& stamps)
     QProcess exiftool;
     exiftool.start(installedExiftoolPath(), {"-q", "-@", arguments.fileName()});
     return exiftool.waitForFinished(60000) && exiftool.exitCode() == 0;
+}
+
+QStringList shoot(const QString& folder, const std::vector<Shot>& shots, qint64 clockOff, int width,
+                  int height)
+{
+    const QString format = QStringLiteral("yyyy:MM:dd HH:mm:ss");
+    QStringList paths;
+    std::vector<CaptureStamp> stamps;
+    for (size_t i = 0; i < shots.size(); ++i) {
+        const QString path =
+            folder + QStringLiteral("/IMG_%1.JPG").arg(i + 1, 4, 10, QLatin1Char('0'));
+        const CardLook& card = shots[i].card;
+        const QImage frame = card.texts.isEmpty() ? sceneFrame(int(i), width, height)
+                                                  : cardFrame(card, int(i), width, height);
+        if (!saveJpeg(frame, path))
+            return {};
+        paths << path;
+        if (!shots[i].time.isEmpty())
+            stamps.push_back({path,
+                              QDateTime::fromString("2024:05:01 " + shots[i].time, format)
+                                  .addSecs(clockOff)
+                                  .toString(format),
+                              shots[i].subSeconds});
+    }
+    return stampCaptureTimes(stamps) ? paths : QStringList();
+}
+
+std::vector<Shot> schoolShoot()
+{
+    using F = ZXing::BarcodeFormat;
+    return {
+        {{}, "10:00:00"},
+        {{{"1234"}}, "10:00:10"},
+        {{}, "10:00:20", "5"}, // a burst within one second, out of name order
+        {{}, "10:00:20", "07"},
+        {{}, "10:00:20", "45"},
+        {{{"1235"}, F::DataMatrix, 0.15, 0, 0, 1, 10}, "10:01:00"},
+        {{}, ""},
+        {{}, "10:01:10"},
+        {{{"9999"}}, "10:02:00"},
+        {{}, "10:02:10"},
+        {{{"1236", "1237"}}, "10:03:00"},
+        {{}, "10:03:10"},
+        {{}, "10:09:00"},
+        {{{"1238"}, F::QRCode, 0.03, 0, 0, 4}, "10:10:00"}, // small and blurred past reading
+        {{}, "10:10:10"},
+    };
 }
 
 } // namespace qb::testing

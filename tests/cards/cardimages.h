@@ -38,8 +38,27 @@ bool saveJpeg(const QImage& image, const QString& path, int quality = 90);
 struct CaptureStamp {
     QString path;
     QString dateTime;
-    QString subSeconds;
+    QString subSeconds = {};
 };
 bool stampCaptureTimes(const std::vector<CaptureStamp>& stamps);
+
+// One frame of a shoot: a card when `card` has texts, taken at `time`
+// ("10:00:10" on 2024-05-01; none when empty).
+struct Shot {
+    CardLook card;
+    QString time;
+    QString subSeconds = {};
+};
+// Saves the shots in `folder` as IMG_0001.JPG, IMG_0002.JPG, … of
+// `width` x `height` and stamps their times, by a clock `clockOff` seconds
+// off; their paths, or none when a file or exiftool failed.
+QStringList shoot(const QString& folder, const std::vector<Shot>& shots, qint64 clockOff = 0,
+                  int width = 900, int height = 600);
+
+// A morning at a school: cards forward, a burst within one second, a Data
+// Matrix card, a frame without a time, a card of no row (9999), a group
+// card (1236 and 1237), a pause of six minutes, and a card too small to
+// read (1238).
+std::vector<Shot> schoolShoot();
 
 } // namespace qb::testing
