@@ -4,6 +4,7 @@
 #include "exif/exiftool.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QPainter>
 #include <QProcess>
 #include <QRandomGenerator>
@@ -137,6 +138,7 @@ QStringList shoot(const QString& folder, const std::vector<Shot>& shots, qint64 
                   int height)
 {
     const QString format = QStringLiteral("yyyy:MM:dd HH:mm:ss");
+    QDir().mkpath(folder);
     QStringList paths;
     std::vector<CaptureStamp> stamps;
     for (size_t i = 0; i < shots.size(); ++i) {
