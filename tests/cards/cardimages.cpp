@@ -145,8 +145,9 @@ QStringList shoot(const QString& folder, const std::vector<Shot>& shots, qint64 
         const QString path =
             folder + QStringLiteral("/IMG_%1.JPG").arg(i + 1, 4, 10, QLatin1Char('0'));
         const CardLook& card = shots[i].card;
-        const QImage frame = card.texts.isEmpty() ? sceneFrame(int(i), width, height)
-                                                  : cardFrame(card, int(i), width, height);
+        QImage frame = card.texts.isEmpty() ? sceneFrame(int(i), width, height)
+                                            : cardFrame(card, int(i), width, height);
+        addGrain(frame, shots[i].grain, int(i));
         if (!saveJpeg(frame, path))
             return {};
         paths << path;

@@ -48,6 +48,9 @@ struct Shot {
     CardLook card;
     QString time;
     QString subSeconds = {};
+    // Sensor grain, so that a large frame compresses to a camera's
+    // megabytes rather than to a drawing's kilobytes.
+    int grain = 0;
 };
 // Saves the shots in `folder` as IMG_0001.JPG, IMG_0002.JPG, … of
 // `width` x `height` and stamps their times, by a clock `clockOff` seconds
