@@ -460,23 +460,12 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     }
     if (!allPathsExist(parser.positionalArguments(), streams))
         return ExitStatus::usage;
-    std::optional<CardPlanOptions> cards;
-    for (const QCommandLineOption& option : options.cardOptions.all()) {
-        if (parser.isSet(option) && !parser.isSet(options.cards)) {
-            printError(streams,
-                       QStringLiteral("--%1 goes with --cards").arg(option.names().first()));
-            return ExitStatus::usage;
-        }
+    const auto cards = chosenCardMode(parser, options.cards, options.cardOptions, false);
+    if (!cards) {
+        printError(streams, cards.error());
+        return ExitStatus::usage;
     }
-    if (parser.isSet(options.cards)) {
-        auto chosen = chosenCardPlanOptions(parser, options.cardOptions);
-        if (!chosen) {
-            printError(streams, chosen.error());
-            return ExitStatus::usage;
-        }
-        cards = std::move(*chosen);
-    }
-    return assign(parser, options, sourceOptions, *choice, cards, streams);
+    return assign(parser, options, sourceOptions, *choice, *cards, streams);
 }
 
 } // namespace qb::cli

@@ -85,6 +85,25 @@ std::expected<CardPlanOptions, QString> chosenCardPlanOptions(const QCommandLine
     return chosen;
 }
 
+std::expected<std::optional<CardPlanOptions>, QString>
+chosenCardMode(const QCommandLineParser& parser, const QCommandLineOption& cards,
+               const CardOptions& options, bool live)
+{
+    if (!parser.isSet(cards)) {
+        for (const QCommandLineOption& option : live ? options.live() : options.all()) {
+            if (parser.isSet(option))
+                return std::unexpected(
+                    QStringLiteral("--%1 goes with --cards").arg(option.names().first()));
+        }
+        return std::nullopt;
+    }
+    auto chosen =
+        live ? chosenLiveCardOptions(parser, options) : chosenCardPlanOptions(parser, options);
+    if (!chosen)
+        return std::unexpected(chosen.error());
+    return std::move(*chosen);
+}
+
 std::shared_ptr<BarcodeDecoder> cardDecoder(const QString& exiftool)
 {
     std::vector<std::shared_ptr<ProcessRunner>> runners;

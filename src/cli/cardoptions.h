@@ -51,6 +51,8 @@ struct CardOptions {
     {
         return {order, cardOrder, cardFrames, cardPattern, gap, cardsFile};
     }
+    // Those that a live session has.
+    QList<QCommandLineOption> live() const { return {cardFrames, cardPattern}; }
 };
 
 // The plan's options as the command line gives them; the message to print
@@ -60,6 +62,12 @@ std::expected<CardPlanOptions, QString> chosenCardPlanOptions(const QCommandLine
 // Only those that a live session has: --card-pattern and --card-frames.
 std::expected<CardPlanOptions, QString> chosenLiveCardOptions(const QCommandLineParser& parser,
                                                               const CardOptions& options);
+// For a command that works by cards only with `cards` (--cards): their
+// options then, live ones only when `live`; nothing without it, and the
+// message to print for a card option given without it.
+std::expected<std::optional<CardPlanOptions>, QString>
+chosenCardMode(const QCommandLineParser& parser, const QCommandLineOption& cards,
+               const CardOptions& options, bool live);
 
 // Reads the codes through the exiftool at `exiftool` where a file's preview
 // is needed, one long-lived exiftool per core.

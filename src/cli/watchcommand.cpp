@@ -349,8 +349,8 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     const WatchOptions options;
     const SourceOptions sourceOptions;
     parser.addOptions({options.mappings, options.method, options.sidecarName, options.recursive,
-                       options.poll, options.settle, options.noJournal, options.cards,
-                       options.cardOptions.cardPattern, options.cardOptions.cardFrames});
+                       options.poll, options.settle, options.noJournal, options.cards});
+    parser.addOptions(options.cardOptions.live());
     for (const QCommandLineOption& option : sourceOptions.all()) {
         if (option.names() != sourceOptions.noRecursive.names())
             parser.addOption(option);
@@ -369,17 +369,9 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
                                            "'watch --help'"));
         return ExitStatus::usage;
     }
-    std::optional<CardPlanOptions> cards;
-    if (parser.isSet(options.cards)) {
-        auto chosen = chosenLiveCardOptions(parser, options.cardOptions);
-        if (!chosen) {
-            printError(streams, chosen.error());
-            return ExitStatus::usage;
-        }
-        cards = std::move(*chosen);
-    } else if (parser.isSet(options.cardOptions.cardPattern) ||
-               parser.isSet(options.cardOptions.cardFrames)) {
-        printError(streams, QStringLiteral("--card-pattern and --card-frames go with --cards"));
+    const auto cards = chosenCardMode(parser, options.cards, options.cardOptions, true);
+    if (!cards) {
+        printError(streams, cards.error());
         return ExitStatus::usage;
     }
     const QStringList folders = parser.positionalArguments();
@@ -412,7 +404,7 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
         files << absolutePath(parser.value(options.mappings));
     WatchRows rows({std::move(*source), std::move(*mappings)}, files, load, streams);
     return watch(absolutePath(folders.front()), *setup, rows, parser.value(sourceOptions.exiftool),
-                 cards, streams);
+                 *cards, streams);
 }
 
 } // namespace qb::cli
