@@ -10,6 +10,8 @@
 #include <QSocketNotifier>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <csignal>
+
 #include <unistd.h>
 
 namespace qb::cli {
@@ -98,6 +100,9 @@ void WatchCards::take(const CardReading& reading, const QString& from, const Row
 void WatchCards::listenToStandardInput(std::function<Rows()> rows)
 {
     m_rows = std::move(rows);
+    // Started in the background of a terminal, a read of it would stop the
+    // whole session; ignored, the read fails instead, and the cards go on.
+    ::signal(SIGTTIN, SIG_IGN);
     m_input = new QSocketNotifier(STDIN_FILENO, QSocketNotifier::Read, this);
     connect(m_input, &QSocketNotifier::activated, this, &WatchCards::readInput);
 }
