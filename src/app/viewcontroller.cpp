@@ -11,6 +11,7 @@
 #include "widgets/taborder.h"
 
 #include "documents/mappingsdoc.h"
+#include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
 #include "sources/shotlistcoordinator.h"
 
@@ -271,6 +272,7 @@ void ViewController::rebuildCriteria()
         ruleEditor->addRow();
     }
     rememberPlacedRows();
+    markOverruledRows();
     qbLog(QStringLiteral("Finished updating criteria"));
     m_criteriaAreLoading = false;
     // The panel's settings are left as the document has them: they are
@@ -315,11 +317,32 @@ void ViewController::saveRows()
     std::vector<MetadataMapping> rows = rowsAsSaved();
     if (rows != m_document.currentCriteriaRows())
         m_document.setCriteria(std::move(rows));
+    markOverruledRows();
     const auto wrapper = m_datasourceView ? m_datasourceView->settingsWrapper() : std::nullopt;
     if (wrapper && wrapper->regularFileContents() != m_panelSettings) {
         m_panelSettings = wrapper->regularFileContents();
         m_document.setDatasourceWrapper(*wrapper, MappingsDoc::ChangeOrigin::user);
     }
+}
+
+// Two rows writing one tag both stay, and the upper one's value stands: the
+// lower is framed, so the user sees why its column never reaches the file.
+void ViewController::markOverruledRows()
+{
+    std::vector<MetadataMapping> mappings;
+    std::vector<int> editorRows;
+    for (int i = 0; i < ruleEditor->numberOfRows(); ++i)
+        if (auto mapping = mappingForRow(ruleEditor->criteriaForRow(i), i)) {
+            mappings.push_back(std::move(*mapping));
+            editorRows.push_back(i);
+        }
+    QHash<int, QString> reasons;
+    for (const OverruledRule& rule : overruledRules(mappings))
+        reasons.insert(editorRows[std::size_t(rule.row)],
+                       QStringLiteral("Row %1 writes %2 too; its value stands.")
+                           .arg(editorRows[std::size_t(rule.upper)] + 1)
+                           .arg(mappings[std::size_t(rule.row)].destTag));
+    ruleEditor->setOverruledRows(reasons);
 }
 
 // The panel's settings as the document opened them, or as last stored: a

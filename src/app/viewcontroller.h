@@ -124,6 +124,7 @@ private:
     void showPanel();
     void applyEditable(bool editable);
     void rememberPlacedRows();
+    void markOverruledRows();
     // Tab follows the reading order again once the event loop turns.
     void scheduleTabOrder();
     void notePanelSettings();
