@@ -90,6 +90,25 @@ QString CaptureTime::text() const
     return result;
 }
 
+namespace {
+
+// A file it couldn't read makes exiftool end with status 1, the others
+// still answered and the failed ones named on standard error. Any other
+// end, or one with neither answers nor a file named, is exiftool failing.
+bool onlyFilesFailed(const ExiftoolError& error, const QStringList& paths)
+{
+    const ExiftoolProcess& process = error.process();
+    if (error.kind() != ExiftoolError::Case::responseNotZero || process.endedBySignal ||
+        process.terminationStatus != 1)
+        return false;
+    if (!process.response.trimmed().isEmpty())
+        return true;
+    const QString messages = error.stdErr().value_or(QString());
+    return std::ranges::any_of(paths, [&](const QString& path) { return messages.contains(path); });
+}
+
+} // namespace
+
 std::expected<std::vector<std::optional<CaptureTime>>, Error>
 readCaptureTimes(const ExifTool& exiftool, const QStringList& paths)
 {
@@ -107,10 +126,7 @@ readCaptureTimes(const ExifTool& exiftool, const QStringList& paths)
     exiftool.run(arguments, [&](std::expected<ProcessResult, ExiftoolError> result) {
         if (result)
             answer = result->response;
-        // A file it couldn't read makes exiftool end with status 1, and
-        // the others are still answered.
-        else if (result.error().kind() == ExiftoolError::Case::responseNotZero &&
-                 !result.error().process().endedBySignal)
+        else if (onlyFilesFailed(result.error(), paths))
             answer = result.error().process().response;
         else
             failure = result.error().toError(ExiftoolTask::read);

@@ -109,13 +109,26 @@ TEST(CaptureTimes, readTheCameraClockToTheSubSecond)
 // when something is wrong with it rather than with a file.
 TEST(CaptureTimes, failOnlyWhenExiftoolDoes)
 {
-    auto runner = std::make_shared<FakeProcessRunner>();
-    const ExifTool exiftool(anyProgram, {}, runner);
-    runner->result = ProcessOutcome{0, false, "[{\"SourceFile\": ", {}};
-    EXPECT_FALSE(readCaptureTimes(exiftool, {"/s/a.jpg", "/s/b.jpg"}).has_value());
-    runner->result = std::unexpected(ProcessFailure{"no such program"});
-    EXPECT_FALSE(readCaptureTimes(exiftool, {"/s/a.jpg"}).has_value());
-    EXPECT_EQ(runner->runs.size(), 2u);
+    const struct {
+        const char* name;
+        ProcessRunResult answer;
+        bool fails;
+    } cases[] = {
+        {"an answer cut short", ProcessOutcome{0, false, "[{\"SourceFile\": ", {}}, true},
+        {"no such program", std::unexpected(ProcessFailure{"no such program"}), true},
+        {"a broken installation", ProcessOutcome{2, false, {}, "Can't locate Image/ExifTool.pm"},
+         true},
+        {"status 1 and nothing said", ProcessOutcome{1, false, {}, {}}, true},
+        {"a file gone", ProcessOutcome{1, false, {}, "Error: File not found - /s/a.jpg\n"}, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto runner = std::make_shared<FakeProcessRunner>();
+        runner->result = c.answer;
+        const auto times = readCaptureTimes(ExifTool(anyProgram, {}, runner), {"/s/a.jpg"});
+        EXPECT_EQ(!times.has_value(), c.fails);
+        EXPECT_EQ(runner->runs.size(), 1u);
+    }
 }
 
 } // namespace

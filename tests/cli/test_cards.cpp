@@ -130,7 +130,11 @@ TEST_F(CardsCli, OptionsChangeThePlanAndBadOnesAreRefused)
         {{"--gap", "-3"}, 2, "", "--gap takes a number of seconds, not '-3'"},
         {{"--card-pattern", "(12"}, 2, "", "(12"},
         {{"--cards-file", path("none.csv")}, 2, "", "none.csv"},
+        {{"--exiftool", path("broken-exiftool")}, 1, "", "exiftool could not read the metadata"},
     };
+    writeFile(path("broken-exiftool"), "#!/bin/sh\necho 'Can not locate Image/ExifTool.pm' >&2\n"
+                                       "exit 2\n");
+    QFile::setPermissions(path("broken-exiftool"), QFile::ReadOwner | QFile::ExeOwner);
     for (const Row& row : rows) {
         SCOPED_TRACE(row.options.join(' ').toStdString());
         const CliResult result = cards(row.options);
