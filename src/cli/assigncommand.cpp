@@ -2,11 +2,13 @@
 // quillbrook-cli assign: maps images by the rule rows and writes the values.
 #include "assigncommand.h"
 
+#include "cardoptions.h"
 #include "jsonoutput.h"
 #include "sourceoptions.h"
 #include "writeoptions.h"
 
 #include "captureone/captureoneadjustmentwriter.h"
+#include "cards/plannedrows.h"
 #include "extensions/interruption.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
@@ -60,6 +62,11 @@ struct AssignOptions : WriteOptions {
                                            "across; 0 means one per core (default: the "
                                            "preferences)."),
                             QStringLiteral("N")};
+    QCommandLineOption cards{QStringLiteral("cards"),
+                             QStringLiteral("Give each frame the row of the barcode card shot "
+                                            "with it, as 'cards' plans it, rather than match "
+                                            "names; the card options below apply.")};
+    CardOptions cardOptions;
 };
 
 std::optional<Method> writeMethodNamed(const QString& name)
@@ -235,14 +242,6 @@ std::optional<ExitStatus> tellFindings(const MatchFindings& findings, bool stric
     return ExitStatus::usage;
 }
 
-// The exiftool a write would run, which the checks ask for its tags.
-QString exiftoolFor(const QString& given)
-{
-    if (!given.isEmpty())
-        return absolutePath(given);
-    return MetadataQueue::bundleExifToolPath().value_or(installedExiftoolPath());
-}
-
 // Refuses what exiftool would write wrongly, and tells what it would leave
 // out, before anything is written; a dry run tells the same.
 std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method method,
@@ -251,7 +250,7 @@ std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method me
     if (method == Method::captureOne || images.empty())
         return std::nullopt;
     const auto writable =
-        WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
+        WritableTagsCache::shared().tagsOf(exiftoolToRun(exiftool), ExiftoolConfig::none());
     if (auto checked = checkBatch(images, writable.get(), method == Method::xmp); !checked) {
         printError(streams, checked.error());
         return ExitStatus::usage;
@@ -339,20 +338,6 @@ chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
     return std::move(*mappings);
 }
 
-// The images in the paths, searched once so that the findings and the
-// mapping see the same ones; lists those left out.
-FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions& sourceOptions,
-                          Streams& streams)
-{
-    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
-                                                !parser.isSet(sourceOptions.noRecursive))
-                                   .search();
-    for (const QString& path : found.leftOut)
-        printError(streams,
-                   QStringLiteral("left out, as %1: %2").arg(leftOutReason::nameNotUtf8(), path));
-    return found;
-}
-
 // Writes what a dry run or a preview would do into the report, if one is
 // asked for.
 ExitStatus savePlan(ExitStatus status, const QString& plan, const Json& json,
@@ -368,8 +353,10 @@ ExitStatus savePlan(ExitStatus status, const QString& plan, const Json& json,
 }
 
 // Maps the images and writes them, or prints what a write would send.
+// With `cards`, the frames get their rows from the plan of the cards.
 ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options,
-                  const SourceOptions& sourceOptions, WriteChoice choice, Streams& streams)
+                  const SourceOptions& sourceOptions, WriteChoice choice,
+                  const std::optional<CardPlanOptions>& cards, Streams& streams)
 {
     auto source = loadSource(parser, sourceOptions, streams);
     if (!source)
@@ -384,19 +371,34 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
             return ExitStatus::usage;
         }
     }
-    if (const auto stopped = tellFindings(MatchFindings::find(*source->dataSource, found.images),
-                                          parser.isSet(options.strict), streams))
-        return *stopped;
-    const ExifImages images =
-        mapImages(URLListProvider(found.images), *source->dataSource, *mappings, choice.emptyCells);
     const QString exiftool = parser.value(sourceOptions.exiftool);
+    ExifImages images;
+    if (cards) {
+        const auto plan = planCardSession(found.images, *source->dataSource, *cards,
+                                          exiftoolToRun(exiftool), streams);
+        if (!plan)
+            return plan.error();
+        // The plan goes with every write, so that its checks are seen
+        // where the values are.
+        streams.err << planText(*plan, planTextOptions(source->dataSource));
+        streams.err.flush();
+        const PlannedRows rows(source->dataSource, plan->assignments());
+        images = mapImages(URLListProvider(rows.images()), rows, *mappings, choice.emptyCells);
+    } else {
+        if (const auto stopped =
+                tellFindings(MatchFindings::find(*source->dataSource, found.images),
+                             parser.isSet(options.strict), streams))
+            return *stopped;
+        images = mapImages(URLListProvider(found.images), *source->dataSource, *mappings,
+                           choice.emptyCells);
+    }
     if (const auto refused = checkBeforeWriting(images, choice.method, exiftool, streams))
         return *refused;
     const FileOutcomes leftOut = leftOutByName(found);
     if (parser.isSet(options.preview)) {
         const PreviewSource readFrom{choice.method == Method::xmp, choice.naming};
         const auto preview =
-            printPreview(images, unmatchedImages(found.images, images), exiftoolFor(exiftool),
+            printPreview(images, unmatchedImages(found.images, images), exiftoolToRun(exiftool),
                          choice.jobs, readFrom, parser.isSet(options.json), streams);
         if (!preview)
             return preview.error();
@@ -433,7 +435,8 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     const SourceOptions sourceOptions;
     parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
                        options.sidecarName, options.preview, options.json, options.report,
-                       options.noJournal, options.jobs, options.emptyCells});
+                       options.noJournal, options.jobs, options.emptyCells, options.cards});
+    parser.addOptions(options.cardOptions.all());
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
@@ -457,7 +460,12 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     }
     if (!allPathsExist(parser.positionalArguments(), streams))
         return ExitStatus::usage;
-    return assign(parser, options, sourceOptions, *choice, streams);
+    const auto cards = chosenCardMode(parser, options.cards, options.cardOptions, false);
+    if (!cards) {
+        printError(streams, cards.error());
+        return ExitStatus::usage;
+    }
+    return assign(parser, options, sourceOptions, *choice, *cards, streams);
 }
 
 } // namespace qb::cli

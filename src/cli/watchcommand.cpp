@@ -3,10 +3,13 @@
 // folder, through one exiftool kept running, for tethered shooting.
 #include "watchcommand.h"
 
+#include "cardoptions.h"
 #include "sourceoptions.h"
+#include "watchcards.h"
 #include "watchrows.h"
 #include "writeoptions.h"
 
+#include "cards/plannedrows.h"
 #include "exif/stayopenexiftool.h"
 #include "extensions/filesinuse.h"
 #include "extensions/interruption.h"
@@ -53,6 +56,12 @@ struct WatchOptions : WriteOptions {
                               QStringLiteral("SECONDS")};
     QCommandLineOption noJournal{QStringLiteral("no-journal"),
                                  QStringLiteral("Keep no journal of the session's writes.")};
+    QCommandLineOption cards{QStringLiteral("cards"),
+                             QStringLiteral("Write each capture with the row of the last barcode "
+                                            "card shot, or of the last code or key given on "
+                                            "standard input (a scanner in keyboard mode types "
+                                            "there); captures before any are left unwritten.")};
+    CardOptions cardOptions;
 };
 
 struct WatchSetup {
@@ -115,10 +124,14 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
 // Writes the arrivals one at a time, in order, and says how each went.
 class Watch {
 public:
-    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, Streams& streams)
+    // With `cards`, each capture gets the current subject's row instead of
+    // the one its name matches.
+    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, WatchCards* cards,
+          Streams& streams)
         : m_watcher(watcher)
         , m_queue(queue)
         , m_rows(rows)
+        , m_cards(cards)
         , m_streams(streams)
     {
         QObject::connect(&queue, &MetadataQueue::writeReported, &queue,
@@ -169,10 +182,30 @@ private:
             return;
         }
         m_rows.refresh();
+        if (!m_cards) {
+            write(path, *m_rows.rows().source.dataSource);
+            return;
+        }
+        m_writing = true;
+        m_cards->read(
+            path, m_rows.rows().source.dataSource,
+            [this, path](const std::optional<QStringList>& keys) {
+                m_writing = false;
+                if (keys) {
+                    write(path, PlannedRows(m_rows.rows().source.dataSource, {{path, *keys}}));
+                    return;
+                }
+                ++m_skipped;
+                m_watcher.finished(path);
+                next();
+            });
+    }
+
+    void write(const QString& path, const MetadataSource& source)
+    {
         const QString name = QFileInfo(path).fileName();
         const ExifImages images =
-            mapImages(URLListProvider({QUrl::fromLocalFile(path)}),
-                      *m_rows.rows().source.dataSource, m_rows.rows().mappings);
+            mapImages(URLListProvider({QUrl::fromLocalFile(path)}), source, m_rows.rows().mappings);
         if (images.empty()) {
             printError(m_streams, QStringLiteral("%1: matches no row; skipped").arg(name));
             ++m_skipped;
@@ -210,6 +243,7 @@ private:
     FolderWatcher& m_watcher;
     MetadataQueue& m_queue;
     WatchRows& m_rows;
+    WatchCards* m_cards;
     Streams& m_streams;
     std::deque<QString> m_waiting;
     FileOutcomes m_outcomes;
@@ -234,7 +268,8 @@ void warmUp(MetadataQueue& queue, StayOpenExiftool& exiftool)
 }
 
 ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows,
-                 const QString& exiftool, Streams& streams)
+                 const QString& exiftool, const std::optional<CardPlanOptions>& cards,
+                 Streams& streams)
 {
     const auto claim = FolderClaim::take(folder);
     if (!claim) {
@@ -269,7 +304,13 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows
                                   .arg(double(watcher.pollInterval().count()) / 1000.0)
                             : QStringLiteral("watching %1; Ctrl-C stops").arg(folder));
 
-    Watch writes(watcher, queue, rows, streams);
+    std::unique_ptr<WatchCards> subjects;
+    if (cards) {
+        subjects = std::make_unique<WatchCards>(cards->keyPattern, cards->cardFrames,
+                                                cardDecoder(exiftoolToRun(exiftool)), streams);
+        subjects->listenToStandardInput([&rows] { return rows.rows().source.dataSource; });
+    }
+    Watch writes(watcher, queue, rows, subjects.get(), streams);
     std::optional<QString> gone;
     QObject::connect(&watcher, &FolderWatcher::arrived, &watcher,
                      [&writes](const QString& path) { writes.take(path); });
@@ -308,7 +349,8 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     const WatchOptions options;
     const SourceOptions sourceOptions;
     parser.addOptions({options.mappings, options.method, options.sidecarName, options.recursive,
-                       options.poll, options.settle, options.noJournal});
+                       options.poll, options.settle, options.noJournal, options.cards});
+    parser.addOptions(options.cardOptions.live());
     for (const QCommandLineOption& option : sourceOptions.all()) {
         if (option.names() != sourceOptions.noRecursive.names())
             parser.addOption(option);
@@ -325,6 +367,11 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
         printError(streams, QStringLiteral("watch needs --mappings or --document; see "
                                            "'watch --help'"));
+        return ExitStatus::usage;
+    }
+    const auto cards = chosenCardMode(parser, options.cards, options.cardOptions, true);
+    if (!cards) {
+        printError(streams, cards.error());
         return ExitStatus::usage;
     }
     const QStringList folders = parser.positionalArguments();
@@ -357,7 +404,7 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
         files << absolutePath(parser.value(options.mappings));
     WatchRows rows({std::move(*source), std::move(*mappings)}, files, load, streams);
     return watch(absolutePath(folders.front()), *setup, rows, parser.value(sourceOptions.exiftool),
-                 streams);
+                 *cards, streams);
 }
 
 } // namespace qb::cli
