@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "sources/imagevalidator.h"
 #include "sources/imageplan.h"
+#include "sources/imagevalidator.h"
 #include "sources/urlimageprovider.h"
 
 #include <QObject>

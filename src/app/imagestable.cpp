@@ -14,6 +14,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMenu>
 #include <QShortcut>
@@ -78,6 +79,8 @@ void ImagesTable::build()
     m_view->setContextMenuPolicy(Qt::CustomContextMenu);
     m_view->setIconSize(QSize(64, 48));
     m_view->setWordWrap(false);
+    // Tab leaves the table; the arrows move in it.
+    m_view->setTabKeyNavigation(false);
     m_view->setAlternatingRowColors(true);
     m_view->verticalHeader()->hide();
     // Fixed heights and widths: measuring 20,000 rows would stall the window.
@@ -113,22 +116,28 @@ void ImagesTable::build()
         m_searchField->setFocus(Qt::ShortcutFocusReason);
         m_searchField->selectAll();
     });
-    auto* remove = new QShortcut(QKeySequence::Delete, m_view);
-    remove->setContext(Qt::WidgetShortcut);
-    connect(remove, &QShortcut::activated, this, [this] {
-        if (const QStringList paths = selectedPaths(); !paths.isEmpty())
-            emit removeRequested(paths);
-    });
+    m_view->installEventFilter(this);
     // Return and a double-click.
     connect(m_view, &QTableView::activated, this, &ImagesTable::openCurrent);
-    connect(m_view, &QTableView::customContextMenuRequested, this,
-            &ImagesTable::showContextMenu);
+    connect(m_view, &QTableView::customContextMenuRequested, this, &ImagesTable::showContextMenu);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
             [this](const QModelIndex& current) {
                 const QStringList keys = current.data(ImageTableModel::keysRole).toStringList();
                 if (!keys.isEmpty())
                     emit keyChosen(keys.front());
             });
+}
+
+bool ImagesTable::eventFilter(QObject* watched, QEvent* event)
+{
+    // Delete acts on the table alone, not on the window's fields.
+    if (watched == m_view && event->type() == QEvent::KeyPress &&
+        static_cast<QKeyEvent*>(event)->matches(QKeySequence::Delete)) {
+        if (const QStringList paths = selectedPaths(); !paths.isEmpty())
+            emit removeRequested(paths);
+        return true;
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 QStringList ImagesTable::selectedPaths() const

@@ -53,6 +53,9 @@ signals:
     // The image in hand now belongs to this key.
     void keyChosen(const QString& key);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void build();
     void showContextMenu(const QPoint& position);

@@ -132,20 +132,20 @@ void ImageTableModel::plan(ImagePlanInputs inputs)
     for (const QString& path : std::as_const(m_paths))
         inputs.images << QUrl::fromLocalFile(path);
     m_cancelled = std::make_shared<std::atomic_bool>(false);
-    m_planning = QtConcurrent::run([this, inputs = std::move(inputs), cancelled = m_cancelled,
-                                    generation] {
-        planImages(
-            inputs, batchSize,
-            [this, generation](qsizetype first, std::vector<ImagePlanEntry> batch) {
-                QMetaObject::invokeMethod(
-                    this,
-                    [this, generation, first, batch = std::move(batch)] {
-                        takeBatch(generation, first, batch);
-                    },
-                    Qt::QueuedConnection);
-            },
-            *cancelled);
-    });
+    m_planning =
+        QtConcurrent::run([this, inputs = std::move(inputs), cancelled = m_cancelled, generation] {
+            planImages(
+                inputs, batchSize,
+                [this, generation](qsizetype first, std::vector<ImagePlanEntry> batch) {
+                    QMetaObject::invokeMethod(
+                        this,
+                        [this, generation, first, batch = std::move(batch)] {
+                            takeBatch(generation, first, batch);
+                        },
+                        Qt::QueuedConnection);
+                },
+                *cancelled);
+        });
 }
 
 void ImageTableModel::takeBatch(int generation, qsizetype first,
@@ -160,8 +160,7 @@ void ImageTableModel::takeBatch(int generation, qsizetype first,
             m_outcomes.remove(m_paths[first + qsizetype(i)]);
         entry = batch[i];
     }
-    emit dataChanged(index(int(first), 0),
-                     index(int(first) + int(batch.size()) - 1, columns - 1));
+    emit dataChanged(index(int(first), 0), index(int(first) + int(batch.size()) - 1, columns - 1));
     if (--m_pending == 0)
         emit planned();
 }
@@ -174,10 +173,10 @@ void ImageTableModel::setOutcomes(const FileOutcomes& outcomes)
             continue;
         ImagePlanEntry shown = m_plan[std::size_t(row)];
         shown.state = stateOfOutcome(outcome.kind);
-        shown.reason = outcome.kind == FileOutcomeKind::failed ||
-                               outcome.kind == FileOutcomeKind::leftOut
-                           ? outcome.message.section(QLatin1Char('\n'), 0, 0)
-                           : QString();
+        shown.reason =
+            outcome.kind == FileOutcomeKind::failed || outcome.kind == FileOutcomeKind::leftOut
+                ? outcome.message.section(QLatin1Char('\n'), 0, 0)
+                : QString();
         m_outcomes.insert(outcome.path, shown);
     }
     if (!m_paths.isEmpty())
@@ -271,9 +270,10 @@ QVariant ImageTableModel::thumbnail(const QString& path) const
     if (const QIcon* icon = m_icons.object(path))
         return *icon;
     if (const std::optional<QImage> image = m_thumbnails->thumbnail(path)) {
-        auto* icon = new QIcon(QPixmap::fromImage(
-            image->height() > iconHeight ? image->scaledToHeight(iconHeight, Qt::SmoothTransformation)
-                                         : *image));
+        auto* icon = new QIcon(
+            QPixmap::fromImage(image->height() > iconHeight
+                                   ? image->scaledToHeight(iconHeight, Qt::SmoothTransformation)
+                                   : *image));
         m_icons.insert(path, icon);
         return *icon;
     }
@@ -332,9 +332,8 @@ bool ImageTableFilter::filterAcceptsRow(int sourceRow, const QModelIndex& source
     if (m_search.isEmpty() || name.data().toString().contains(m_search, Qt::CaseInsensitive))
         return true;
     const QStringList keys = name.data(ImageTableModel::keysRole).toStringList();
-    return std::ranges::any_of(keys, [this](const QString& key) {
-        return key.contains(m_search, Qt::CaseInsensitive);
-    });
+    return std::ranges::any_of(
+        keys, [this](const QString& key) { return key.contains(m_search, Qt::CaseInsensitive); });
 }
 
 } // namespace qb

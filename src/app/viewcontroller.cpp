@@ -75,8 +75,8 @@ QWidget* ViewController::buildImageBar()
     area->setContentsMargins(0, 0, 0, 0);
     auto* layout = new QHBoxLayout;
     m_images = new ImagesAreaController(
-        {m_services.preferences, m_services.center, [this] { return m_datasourceView.get(); },
-         this, [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
+        {m_services.preferences, m_services.center, [this] { return m_datasourceView.get(); }, this,
+         [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
          [this](const QUrl& url) {
              if (m_services.openUrl)
                  m_services.openUrl(url);
@@ -85,10 +85,10 @@ QWidget* ViewController::buildImageBar()
     m_writer = new WriteController(
         {m_services.preferences, [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
          [this] { return m_datasourceView->dataSource(); },
-         [this]() -> const ImageProvider& {
-             return m_images->provider();
-         },
-         [this] { return m_images->selectedImages(); }},
+         [this]() -> const ImageProvider& { return m_images->provider(); },
+         [this] {
+             return m_images->selectedImages();
+         }},
         bar);
     area->addWidget(m_images->view(), 1);
     area->addLayout(layout);
