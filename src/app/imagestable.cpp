@@ -93,7 +93,7 @@ void ImagesTable::build()
     header->resizeSection(ImageTableModel::thumbnailColumn, 72);
     header->resizeSection(ImageTableModel::nameColumn, 170);
     header->resizeSection(ImageTableModel::folderColumn, 90);
-    header->resizeSection(ImageTableModel::keyColumn, 90);
+    header->resizeSection(ImageTableModel::keyColumn, 140);
     // The order of the drop until a column is chosen.
     header->setSortIndicator(-1, Qt::AscendingOrder);
     m_view->setSortingEnabled(true);

@@ -245,8 +245,12 @@ QVariant ImageTableModel::data(const QModelIndex& index, int role) const
         return index.column() == statusColumn || index.column() == folderColumn ? QVariant(text)
                                                                                 : QVariant();
     case Qt::ForegroundRole:
-        if (index.column() == statusColumn && isProblem(shown.state))
+        if (index.column() != statusColumn)
+            return {};
+        if (isProblem(shown.state))
             return QColor(0xb0, 0x20, 0x20);
+        if (shown.state == ImageState::written)
+            return QColor(0x1a, 0x7f, 0x37);
         return {};
     case stateRole:
         return int(shown.state);
