@@ -61,6 +61,8 @@ void ImagesTable::build()
     m_filterPopup = new QComboBox(this);
     m_filterPopup->setObjectName(QStringLiteral("imageFilterPopup"));
     m_filterPopup->setAccessibleName(QStringLiteral("Show images"));
+    // On Linux a popup is read by its current item; this says what it chooses.
+    m_filterPopup->setAccessibleDescription(m_filterPopup->accessibleName());
     for (const auto& [title, filter] : filterChoices)
         m_filterPopup->addItem(QString::fromUtf8(title), int(filter));
     m_searchField = new QLineEdit(this);
