@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "windowtesting.h"
 
+#include "../support/filewriter.h"
+
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/imagesareacontroller.h"
 #include "app/imagestable.h"
@@ -208,19 +210,22 @@ TEST_F(ImagesWindowTest, StatusesFollowTheMatchingStyleAndTheWrite)
     for (const char* name : {"A1.jpg", "A1_0001.jpg", "B2.jpg", "C3.jpg"})
         makeJpeg(path(QString("images/") + name));
     writeFile("images/B2_0002.jpg", "not a JPEG at all");
+    // Still being copied in by another program.
+    const FileWriter copying(path("images/C3.jpg"));
     controller().dropImages({QUrl::fromLocalFile(path("images"))});
     EXPECT_EQ(controller().imageCountLabel->text(), "5 Images");
-    EXPECT_EQ(statuses(),
-              (QStringList{"Will be written, 2 tags", "Will be written, 2 tags",
-                           "Will be written, 2 tags", "Will be written, 2 tags", "No row"}));
+    EXPECT_EQ(statuses(), (QStringList{"Will be written, 2 tags", "Will be written, 2 tags",
+                                       "Will be written, 2 tags", "Will be written, 2 tags",
+                                       "Still being written"}));
 
     auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller().datasourceView());
     ASSERT_TRUE(panel);
     const int equal = panel->matchingStylePopUp()->findText("is equal to");
     panel->matchingStylePopUp()->setCurrentIndex(equal);
     emit panel->matchingStylePopUp()->activated(equal);
-    EXPECT_EQ(statuses(), (QStringList{"Will be written, 2 tags", "No row",
-                                       "Will be written, 2 tags", "No row", "No row"}));
+    EXPECT_EQ(statuses(),
+              (QStringList{"Will be written, 2 tags", "No row", "Will be written, 2 tags", "No row",
+                           "Still being written"}));
 
     const int prefix = panel->matchingStylePopUp()->findText("begins with");
     panel->matchingStylePopUp()->setCurrentIndex(prefix);
@@ -231,7 +236,7 @@ TEST_F(ImagesWindowTest, StatusesFollowTheMatchingStyleAndTheWrite)
     const QStringList after = statuses();
     EXPECT_EQ(after.mid(0, 3), (QStringList{"Written", "Written", "Written"}));
     EXPECT_TRUE(after[3].startsWith("Failed: ")) << after[3].toStdString();
-    EXPECT_EQ(after[4], "No row");
+    EXPECT_EQ(after[4], "Still being written");
 }
 
 } // namespace
