@@ -25,6 +25,9 @@ namespace qb {
 
 namespace {
 
+// A few screens of rows: memory stays the same however large the shoot.
+constexpr int thumbnailsInMemory = 500;
+
 const std::pair<const char*, ImageFilter> filterChoices[] = {
     {"All", ImageFilter::all},
     {"Will be written", ImageFilter::willBeWritten},
@@ -40,8 +43,8 @@ ImagesTable::ImagesTable(std::function<void(const QUrl&)> openUrl, const QString
     , m_openUrl(std::move(openUrl))
     , m_thumbnails(new ThumbnailLoader(
           ThumbnailCache(),
-          std::make_shared<ThumbnailMaker>(std::make_shared<StayOpenExiftool>(), exiftool), 2000,
-          this))
+          std::make_shared<ThumbnailMaker>(std::make_shared<StayOpenExiftool>(), exiftool),
+          thumbnailsInMemory, this))
     , m_model(new ImageTableModel(m_thumbnails, this))
     , m_filter(new ImageTableFilter(this))
 {

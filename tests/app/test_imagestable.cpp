@@ -7,6 +7,7 @@
 #include "app/imagesareacontroller.h"
 #include "app/imagestable.h"
 #include "app/shotlistviewcontroller.h"
+#include "app/writereviewdialogs.h"
 
 #include <QAccessibleTableInterface>
 #include <QComboBox>
@@ -14,6 +15,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableView>
+#include <QTableWidget>
 
 using namespace qb;
 using namespace qb::testing;
@@ -237,6 +239,45 @@ TEST_F(ImagesWindowTest, StatusesFollowTheMatchingStyleAndTheWrite)
     EXPECT_EQ(after.mid(0, 3), (QStringList{"Written", "Written", "Written"}));
     EXPECT_TRUE(after[3].startsWith("Failed: ")) << after[3].toStdString();
     EXPECT_EQ(after[4], "Still being written");
+}
+
+TEST_F(ImagesWindowTest, TheShotListAndTheTableChooseEachOtherAndPreviewTakesTheChoice)
+{
+    openWindow(writePackage(titleAndKeywords));
+    for (const char* name : {"A1.jpg", "A1_0001.jpg", "B2.jpg"})
+        makeJpeg(path(QString("images/") + name));
+    writeFile("images/B2_0002.jpg", "not a JPEG at all");
+    controller().dropImages({QUrl::fromLocalFile(path("images"))});
+    statuses();
+    ImagesTable& table = *images().table();
+
+    ShotlistViewController* shots = controller().showShotlist();
+    QTableView& shotTable = *shots->tableView();
+    shotTable.setCurrentIndex(shots->model().index(0, 0)); // A1
+    EXPECT_EQ(table.selectedPaths(),
+              (QStringList{path("images/A1.jpg"), path("images/A1_0001.jpg")}));
+    table.tableView()->setCurrentIndex(table.filter().index(2, 1)); // B2.jpg
+    EXPECT_EQ(shotTable.selectionModel()->selectedRows().value(0).data().toString(), "B2");
+    shots->close();
+
+    // The damaged file's thumbnail says why there is none.
+    const QModelIndex damaged = model().index(3, ImageTableModel::thumbnailColumn);
+    damaged.data(Qt::DecorationRole);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return damaged.data(Qt::ToolTipRole) != path("images/B2_0002.jpg"); }, 10000));
+    EXPECT_FALSE(damaged.data(Qt::DecorationRole).isNull());
+
+    table.selectKey("A1");
+    controller().previewMetadata();
+    PreviewDialog* preview = nullptr;
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return (preview = m_window->findChild<PreviewDialog*>()); }, 30000));
+    ASSERT_TRUE(preview);
+    QSet<QString> previewed;
+    for (int row = 0; row < preview->table()->rowCount(); ++row)
+        previewed.insert(preview->table()->item(row, 0)->text());
+    EXPECT_EQ(previewed, (QSet<QString>{"A1.jpg", "A1_0001.jpg"}));
+    preview->reject();
 }
 
 } // namespace
