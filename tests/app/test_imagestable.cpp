@@ -278,6 +278,12 @@ TEST_F(ImagesWindowTest, TheShotListAndTheTableChooseEachOtherAndPreviewTakesThe
         previewed.insert(preview->table()->item(row, 0)->text());
     EXPECT_EQ(previewed, (QSet<QString>{"A1.jpg", "A1_0001.jpg"}));
     preview->reject();
+
+    // Delete takes them out of the batch; the count above follows.
+    table.tableView()->setFocus();
+    QTest::keyClick(table.tableView(), Qt::Key_Delete);
+    EXPECT_EQ(controller().imageCountLabel->text(), "2 Images");
+    EXPECT_EQ(model().paths(), (QStringList{path("images/B2.jpg"), path("images/B2_0002.jpg")}));
 }
 
 } // namespace
