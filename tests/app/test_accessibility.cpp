@@ -76,7 +76,8 @@ TEST_F(AccessibilityTest, TabVisitsEveryControlInReadingOrder)
     const QStringList top = {"pathField",      "chooseFileButton", "reloadButton",
                              "delimiterPopUp", "headerPopUp",      "matchingStylePopUp"};
     const QStringList bottom = {"imageWarningButton", "imageStatusButton", "selectImagesButton",
-                                "previewButton", "actionButton"};
+                                "imageFilterPopup",   "imageSearchField",  "imageTable",
+                                "previewButton",      "actionButton"};
     EXPECT_EQ(tabRound(), top + row + arrayRow + bottom);
 
     // The panel, made after the rules, comes first all the same; a row added
