@@ -73,6 +73,20 @@ def write_1904_xlsx():
     book.save(os.path.join(OUT, "date1904.xlsx"))
 
 
+def write_sessions_xlsx():
+    # Two sessions of a school shoot, one sheet each, for choosing a sheet.
+    book = workbook()
+    first = book.active
+    first.title = "Day 1"
+    first.append(["Shot", "Title"])
+    first.append(["00123", "Ann, first day"])
+    second = book.create_sheet("Day 2")
+    second.append(["Shot", "Title"])
+    second.append(["00123", "Ann, second day"])
+    second.append(["007", "=NA()"])
+    book.save(os.path.join(OUT, "sessions.xlsx"))
+
+
 def cell(**attributes):
     text = attributes.pop("text", None)
     made = TableCell(**attributes)
@@ -161,6 +175,7 @@ def main():
     os.makedirs(OUT, exist_ok=True)
     write_types_xlsx()
     write_1904_xlsx()
+    write_sessions_xlsx()
     write_types_ods()
     return 0
 
