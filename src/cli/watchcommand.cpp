@@ -12,6 +12,7 @@
 #include "extensions/interruption.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
+#include "sources/tagkeys.h"
 #include "writing/folderclaim.h"
 #include "writing/folderwatcher.h"
 #include "writing/metadataqueue.h"
@@ -115,10 +116,13 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
 // Writes the arrivals one at a time, in order, and says how each went.
 class Watch {
 public:
-    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, Streams& streams)
+    // `keyReader` reads a capture's key tag, when the rows are keyed by one.
+    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, ExifTool keyReader,
+          Streams& streams)
         : m_watcher(watcher)
         , m_queue(queue)
         , m_rows(rows)
+        , m_keyReader(std::move(keyReader))
         , m_streams(streams)
     {
         QObject::connect(&queue, &MetadataQueue::writeReported, &queue,
@@ -170,6 +174,13 @@ private:
         }
         m_rows.refresh();
         const QString name = QFileInfo(path).fileName();
+        if (const auto unkeyed = readKey(path)) {
+            printError(m_streams, QStringLiteral("%1: %2; skipped").arg(name, *unkeyed));
+            ++m_skipped;
+            m_watcher.finished(path);
+            next();
+            return;
+        }
         const ExifImages images =
             mapImages(URLListProvider({QUrl::fromLocalFile(path)}),
                       *m_rows.rows().source.dataSource, m_rows.rows().mappings);
@@ -207,9 +218,26 @@ private:
         });
     }
 
+    // Reads the capture's key tag through the long-lived exiftool, when the
+    // rows are keyed by one; why the capture has no key, if it hasn't.
+    std::optional<QString> readKey(const QString& path)
+    {
+        FileNameDataSource& source = *m_rows.rows().source.dataSource;
+        if (!source.keyTag() || source.matchingStyle() == FileNameDataSource::MatchingStyle::path)
+            return std::nullopt;
+        auto keys = readTagKeys(m_keyReader, {QUrl::fromLocalFile(path)}, *source.keyTag());
+        if (!keys)
+            return keys.error().message();
+        if (keys->isEmpty())
+            return QStringLiteral("has no %1").arg(*source.keyTag());
+        source.setTagKeys(std::move(*keys));
+        return std::nullopt;
+    }
+
     FolderWatcher& m_watcher;
     MetadataQueue& m_queue;
     WatchRows& m_rows;
+    ExifTool m_keyReader;
     Streams& m_streams;
     std::deque<QString> m_waiting;
     FileOutcomes m_outcomes;
@@ -269,7 +297,7 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows
                                   .arg(double(watcher.pollInterval().count()) / 1000.0)
                             : QStringLiteral("watching %1; Ctrl-C stops").arg(folder));
 
-    Watch writes(watcher, queue, rows, streams);
+    Watch writes(watcher, queue, rows, ExifTool(queue.exiftoolLocation(), {}, longLived), streams);
     std::optional<QString> gone;
     QObject::connect(&watcher, &FolderWatcher::arrived, &watcher,
                      [&writes](const QString& path) { writes.take(path); });
