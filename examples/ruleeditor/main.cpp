@@ -55,13 +55,8 @@ int main(int argc, char* argv[])
     editor.setDelegate(&delegate);
     editor.setIncompleteRowToolTip(QStringLiteral("Choose a destination field"));
     const auto& mappings = (*document)->currentCriteriaRows();
-    for (std::size_t i = 0; i < mappings.size(); ++i) {
-        const auto row = rowForMapping(mappings[i], int(i), delegate.sourceTagCriteria);
-        if (!row)
-            continue;
-        editor.addRow();
-        editor.setCriteria(editor.numberOfRows() - 1, *row);
-    }
+    for (std::size_t i = 0; i < mappings.size(); ++i)
+        editor.addRow(rowForMapping(mappings[i], int(i), delegate.sourceTagCriteria));
     editor.resize(900, 40 * std::max(editor.numberOfRows(), 3) + 20);
     editor.setWindowTitle(QStringLiteral("Rule editor"));
 

@@ -5,9 +5,12 @@
 #include "app/contactform.h"
 #include "app/deploymentsettings.h"
 #include "app/feedbackrequest.h"
+#include "app/interruptionlistener.h"
 #include "app/preferenceswindow.h"
 
 #include "exif/stayopenexiftool.h"
+#include "extensions/interruption.h"
+#include "extensions/log.h"
 #include "preferences/preferences.h"
 #include "writing/metadataqueue.h"
 
@@ -22,6 +25,7 @@ AppDelegate::AppDelegate(Preferences& preferences, NotificationCenter& center, U
     , m_preferences(preferences)
     , m_openUrl(openUrl ? std::move(openUrl)
                         : [](const QUrl& url) { QDesktopServices::openUrl(url); })
+    , m_quitApplication([] { QApplication::quit(); })
 {
     WindowServices services;
     services.preferences = &preferences;
@@ -49,6 +53,29 @@ void AppDelegate::openStartupDocuments(const QStringList& paths)
         m_documents->openDocument(path);
     if (m_documents->windows().isEmpty())
         m_documents->newDocument();
+}
+
+void AppDelegate::listenForInterruptions()
+{
+    if (m_interruptions)
+        return;
+    m_interruptions = new InterruptionListener(this);
+    connect(m_interruptions, &InterruptionListener::interrupted, this, &AppDelegate::terminate);
+}
+
+// The write in hand has seen the flag and is stopping its exiftool; the
+// queues wait for it as the application object goes.
+void AppDelegate::terminate(int signal)
+{
+    qbLog(QStringLiteral("Quitting on signal %1").arg(signal));
+    if (m_documents->closeAll()) {
+        m_quitApplication();
+        return;
+    }
+    // The user kept a document open: carry on, and hear the next signal.
+    clearInterruption();
+    if (m_interruptions)
+        m_interruptions->rearm();
 }
 
 void AppDelegate::newDocument()
@@ -89,7 +116,7 @@ QList<QMainWindow*> AppDelegate::documentWindows() const
 void AppDelegate::quit()
 {
     if (m_documents->closeAll())
-        QApplication::quit();
+        m_quitApplication();
 }
 
 void AppDelegate::showPreferences()

@@ -13,6 +13,7 @@
 namespace qb {
 
 class ContactForm;
+class InterruptionListener;
 class NotificationCenter;
 class Preferences;
 class PreferencesWindow;
@@ -35,6 +36,13 @@ public:
     void applicationDidFinishLaunching();
     // Opens each package named on the command line, or a new document.
     void openStartupDocuments(const QStringList& paths);
+    // From now on SIGINT and SIGTERM end the application as Quit does,
+    // once the running exiftool has stopped cleanly: nothing is asked
+    // unless a document has unsaved changes.
+    void listenForInterruptions();
+    void terminate(int signal);
+    // What ends the event loop; tests put their own.
+    void setQuitApplication(std::function<void()> quit) { m_quitApplication = std::move(quit); }
 
     DocumentController& documents() { return *m_documents; }
     // Made on first use and kept; null before.
@@ -64,6 +72,8 @@ private:
     std::unique_ptr<DocumentController> m_documents;
     std::unique_ptr<PreferencesWindow> m_preferencesWindow;
     std::unique_ptr<ContactForm> m_contactForm;
+    InterruptionListener* m_interruptions = nullptr;
+    std::function<void()> m_quitApplication;
 };
 
 } // namespace qb

@@ -35,6 +35,7 @@ QComboBox* makeDelimiterPopUp(QWidget* parent)
     auto* popUp = new QComboBox(parent);
     popUp->setObjectName(QStringLiteral("delimiterPopUp"));
     popUp->setAccessibleName(QStringLiteral("Field delimiter"));
+    popUp->setAccessibleDescription(popUp->accessibleName());
     popUp->setToolTip(QStringLiteral("What separates the fields of the CSV file. Automatic "
                                      "takes the one that splits the header line most."));
     const std::pair<const char*, FieldDelimiter> items[] = {
@@ -56,6 +57,16 @@ QString listText(const QStringList& names)
     return DynamicValue(list).description();
 }
 
+// "there is no file at …", without the "At currentURL: " that tells a
+// developer where in the document the reference was.
+QString withoutJsonPath(QString reason)
+{
+    const qsizetype colon = reason.indexOf(QStringLiteral(": "));
+    if (reason.startsWith(QStringLiteral("At ")) && colon > 0)
+        reason.remove(0, colon + 2);
+    return reason;
+}
+
 QStringList sorted(QStringList names)
 {
     std::sort(names.begin(), names.end());
@@ -75,6 +86,13 @@ std::optional<FileWrapper> CSVDataSourceViewController::settingsWrapper() const
     return wrapperOrNone(m_settings.fileWrapper());
 }
 
+QStringList CSVDataSourceViewController::keyNames() const
+{
+    // A file that has moved still leaves the columns the rows were made for.
+    const QStringList read = m_csvDataSource->keyNames();
+    return read.isEmpty() ? m_settings.keyNames : read;
+}
+
 void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapper>& wrappers)
 {
     const auto bytes = memberContents(wrappers, CSVDatasourceSettings::memberName());
@@ -86,8 +104,13 @@ void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapp
         qbPrint(decoded.error().errorDescription);
         return;
     }
-    if (decoded->unresolvedFile)
-        qbPrint(decoded->unresolvedFile->errorDescription);
+    m_missingFile.clear();
+    if (const auto& unresolved = decoded->unresolvedFile) {
+        qbPrint(unresolved->errorDescription);
+        m_missingFile = QStringLiteral("The CSV file can\u2019t be found: %1 Choose it again "
+                                       "to write; the rules keep its columns meanwhile.")
+                            .arg(withoutJsonPath(unresolved->failureReason));
+    }
     m_settings = decoded->settings;
     if (const auto style = m_settings.matchingStyle())
         m_csvDataSource->setMatchingStyle(*style);
@@ -132,14 +155,20 @@ QWidget* CSVDataSourceViewController::loadView()
     fileRow->addWidget(m_pathControl, 1);
     fileRow->addWidget(m_reloadButton);
     // Said only when the file wasn't Unicode, so that a wrong guess shows.
+    // Read with its text: a name given to it would hide what it says.
     m_encodingNote = new QLabel(view);
     m_encodingNote->setObjectName(QStringLiteral("encodingNote"));
-    m_encodingNote->setAccessibleName(QStringLiteral("Text encoding of the CSV file"));
+    m_encodingNote->setAccessibleDescription(QStringLiteral("Text encoding of the CSV file"));
     m_encodingNote->setWordWrap(true);
     m_encodingNote->setVisible(false);
+    m_fileNote = new QLabel(m_missingFile, view);
+    m_fileNote->setObjectName(QStringLiteral("fileNote"));
+    m_fileNote->setWordWrap(true);
+    m_fileNote->setVisible(!m_missingFile.isEmpty());
     auto* fileColumn = new QVBoxLayout;
     fileColumn->setSpacing(2);
     fileColumn->addLayout(fileRow);
+    fileColumn->addWidget(m_fileNote);
     fileColumn->addWidget(m_encodingNote);
     form->addRow(QStringLiteral("CSV file:"), fileColumn);
 
@@ -155,6 +184,7 @@ QWidget* CSVDataSourceViewController::loadView()
     m_headerPopUp = new QComboBox(view);
     m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
     m_headerPopUp->setAccessibleName(QStringLiteral("File name column"));
+    m_headerPopUp->setAccessibleDescription(m_headerPopUp->accessibleName());
     m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_matchingStylePopUp = makeMatchingStylePopUp(view);
     matchRow->addWidget(m_headerPopUp);
@@ -170,18 +200,23 @@ QWidget* CSVDataSourceViewController::loadView()
     connect(m_pathControl, &PathControl::doubleAction, this,
             &CSVDataSourceViewController::pathControlDoubleAction);
     connect(m_reloadButton, &QPushButton::clicked, this, &CSVDataSourceViewController::reloadCSV);
-    connect(m_headerPopUp, &QComboBox::activated, this,
+    // A choice counts however it is made, by mouse, keyboard, an assistive
+    // tool or code; the panel's own refreshes block the signals.
+    connect(m_headerPopUp, &QComboBox::currentIndexChanged, this,
             &CSVDataSourceViewController::fileNameSelect);
-    connect(m_matchingStylePopUp, &QComboBox::activated, this,
+    connect(m_matchingStylePopUp, &QComboBox::currentIndexChanged, this,
             &CSVDataSourceViewController::matchStyleSelect);
-    connect(m_delimiterPopUp, &QComboBox::activated, this,
+    connect(m_delimiterPopUp, &QComboBox::currentIndexChanged, this,
             &CSVDataSourceViewController::delimiterSelect);
     return view;
 }
 
 void CSVDataSourceViewController::viewDidLoad()
 {
-    selectMatchingStyle(*m_matchingStylePopUp, m_settings.selectedMatchStyle);
+    {
+        const QSignalBlocker quiet(m_matchingStylePopUp);
+        selectMatchingStyle(*m_matchingStylePopUp, m_settings.selectedMatchStyle);
+    }
     m_matchingStylePopUp->setEnabled(m_enabled);
     m_delimiterPopUp->setEnabled(m_enabled);
     showDelimiter();
@@ -190,24 +225,28 @@ void CSVDataSourceViewController::viewDidLoad()
 
 void CSVDataSourceViewController::refreshHeaderPopUp(bool autoImport)
 {
-    m_headerPopUp->clear();
-    if (!m_settings.keyNames.isEmpty()) {
-        m_headerPopUp->addItems(m_settings.keyNames);
-        if (m_settings.selectedHeader) {
-            const int index = m_headerPopUp->findText(*m_settings.selectedHeader);
-            if (index >= 0)
-                m_headerPopUp->setCurrentIndex(index);
+    {
+        const QSignalBlocker quiet(m_headerPopUp);
+        m_headerPopUp->clear();
+        if (!m_settings.keyNames.isEmpty()) {
+            m_headerPopUp->addItems(m_settings.keyNames);
+            if (m_settings.selectedHeader) {
+                const int index = m_headerPopUp->findText(*m_settings.selectedHeader);
+                if (index >= 0)
+                    m_headerPopUp->setCurrentIndex(index);
+            }
+        } else {
+            m_headerPopUp->addItem(noColumns);
         }
-    } else {
-        m_headerPopUp->addItem(noColumns);
     }
     updateHeaderPopUpEnabled();
     m_reloadButton->setEnabled(m_settings.currentURL.has_value());
     if (m_settings.currentURL && autoImport) {
         const QUrl url = m_settings.currentURL->url;
+        // Opening the document reads its file; that changes nothing in it.
         if (url.isLocalFile() && QFileInfo::exists(url.toLocalFile())) {
             m_pathControl->setUrl(url);
-            importFile(url);
+            importFile(url, Import::opening);
         }
     }
 }
@@ -232,10 +271,10 @@ void CSVDataSourceViewController::pathControlDoubleAction(const QUrl& url)
 
 void CSVDataSourceViewController::importFile(const QUrl& url)
 {
-    importFile(url, true);
+    importFile(url, Import::chosen);
 }
 
-bool CSVDataSourceViewController::importFile(const QUrl& url, bool checkHeaders)
+bool CSVDataSourceViewController::importFile(const QUrl& url, Import how)
 {
     qbPrint(QStringLiteral("Importing new source file from ") + url.toLocalFile());
     // A file that can't be read is reported and changes nothing: the panel
@@ -253,16 +292,24 @@ bool CSVDataSourceViewController::importFile(const QUrl& url, bool checkHeaders)
     qbPrint(QStringLiteral("Current headers: ") + listText(oldSorted));
     qbPrint(QStringLiteral("New headers:     ") + listText(newNames));
 
-    if (checkHeaders && !match && m_context.preferences &&
+    // The question means what it says: Import goes on and removes the
+    // rows, which Undo brings back; Cancel keeps everything as it was.
+    bool removeRows = false;
+    if (how != Import::sameFileOtherDelimiter && !match && m_context.preferences &&
         m_context.preferences->warnOnHeaderMismatch()) {
-        // Neither button goes on with the import: the rows that the old
-        // columns feed are kept as they are, whatever was pressed.
-        headerMismatchAlert().exec();
-        restorePathControl();
-        return false;
+        QMessageBox& alert = headerMismatchAlert();
+        alert.exec();
+        if (alert.clickedButton() != m_importButton) {
+            restorePathControl();
+            return false;
+        }
+        removeRows = true;
     }
 
     m_settings.keyNames = newNames;
+    m_missingFile.clear();
+    if (m_fileNote)
+        m_fileNote->hide();
     refreshHeaderPopUp(false);
     const QString column =
         m_headerPopUp->currentIndex() < 0 ? QString() : m_headerPopUp->currentText();
@@ -278,9 +325,14 @@ bool CSVDataSourceViewController::importFile(const QUrl& url, bool checkHeaders)
     DataSourceDelegate* delegate = this->delegate();
     if (!delegate)
         return true;
-    delegate->rebuildCriteria();
+    if (removeRows)
+        delegate->removeRows();
+    else
+        delegate->rebuildCriteria();
     delegate->refreshImageDisplay();
     postDataSourceChange();
+    if (how != Import::opening && !removeRows)
+        delegate->saveRows();
     return true;
 }
 
@@ -318,7 +370,7 @@ void CSVDataSourceViewController::delimiterSelect()
     const QUrl url = m_settings.currentURL ? m_settings.currentURL->url : QUrl();
     if (url.isLocalFile() && QFileInfo::exists(url.toLocalFile())) {
         // A file that doesn't read with this delimiter keeps the one it had.
-        if (!importFile(url, false)) {
+        if (!importFile(url, Import::sameFileOtherDelimiter)) {
             m_settings.setDelimiter(previous);
             m_csvDataSource->setFieldDelimiter(previous);
             showDelimiter();
@@ -330,8 +382,10 @@ void CSVDataSourceViewController::delimiterSelect()
 
 void CSVDataSourceViewController::showDelimiter()
 {
-    if (m_delimiterPopUp)
-        m_delimiterPopUp->setCurrentIndex(m_delimiterPopUp->findData(int(m_settings.delimiter())));
+    if (!m_delimiterPopUp)
+        return;
+    const QSignalBlocker quiet(m_delimiterPopUp);
+    m_delimiterPopUp->setCurrentIndex(m_delimiterPopUp->findData(int(m_settings.delimiter())));
 }
 
 void CSVDataSourceViewController::showEncodingNote()
@@ -363,7 +417,8 @@ QMessageBox& CSVDataSourceViewController::headerMismatchAlert()
             QStringLiteral("Continue with import and remove all mappings?"));
         m_headerMismatchAlert->setInformativeText(
             QStringLiteral("The headers of the imported file do not match the existing mappings."));
-        m_headerMismatchAlert->addButton(QStringLiteral("Import"), QMessageBox::AcceptRole);
+        m_importButton =
+            m_headerMismatchAlert->addButton(QStringLiteral("Import"), QMessageBox::AcceptRole);
         m_headerMismatchAlert->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
     }
     return *m_headerMismatchAlert;

@@ -25,6 +25,7 @@ public:
     explicit CSVDataSourceViewController(PanelContext context, QObject* parent = nullptr);
 
     std::shared_ptr<MetadataSource> dataSource() const override { return m_csvDataSource; }
+    QStringList keyNames() const override;
     const std::shared_ptr<CSVDataSource>& csvDataSource() const { return m_csvDataSource; }
     const CSVDatasourceSettings& settings() const { return m_settings; }
     bool isReady() const override { return !m_csvDataSource->rows().isEmpty(); }
@@ -47,15 +48,19 @@ public:
     QComboBox* matchingStylePopUp() const { return m_matchingStylePopUp; }
     QComboBox* delimiterPopUp() const { return m_delimiterPopUp; }
     QLabel* encodingNote() const { return m_encodingNote; }
+    // Says so when the document's CSV file can't be found.
+    QLabel* fileNote() const { return m_fileNote; }
 
 protected:
     QWidget* loadView() override;
     void viewDidLoad() override;
 
 private:
-    // A file the user picks is checked against the rows' columns; the same
-    // file read with another delimiter is not: that choice was deliberate.
-    bool importFile(const QUrl& url, bool checkHeaders);
+    // A file the user picks, or the document's own as it opens, is checked
+    // against the rows' columns; the same file read with another delimiter
+    // is not: that choice was deliberate. Only what the user does saves.
+    enum class Import { opening, chosen, sameFileOtherDelimiter };
+    bool importFile(const QUrl& url, Import how);
     void refreshHeaderPopUp(bool autoImport);
     void showDelimiter();
     void showEncodingNote();
@@ -71,8 +76,11 @@ private:
     QPointer<QComboBox> m_matchingStylePopUp;
     QPointer<QComboBox> m_delimiterPopUp;
     QPointer<QLabel> m_encodingNote;
+    QPointer<QLabel> m_fileNote;
+    QString m_missingFile;
     QPointer<QPushButton> m_reloadButton;
     QPointer<QMessageBox> m_headerMismatchAlert;
+    QAbstractButton* m_importButton = nullptr;
 };
 
 } // namespace qb

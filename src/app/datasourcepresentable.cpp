@@ -13,8 +13,13 @@ DataSourcePresentable::DataSourcePresentable(PanelContext context, QObject* pare
 
 DataSourcePresentable::~DataSourcePresentable()
 {
-    // The view goes with its panel, also from the box that shows it.
-    delete m_view;
+    // The view goes with its panel, also from the box that shows it; later,
+    // as one of its controls may be what replaced the panel.
+    if (m_view) {
+        m_view->hide();
+        m_view->setParent(nullptr);
+        m_view->deleteLater();
+    }
 }
 
 DataSourceDelegate* DataSourcePresentable::delegate() const

@@ -26,7 +26,12 @@ public:
     virtual ~DataSourceDelegate() = default;
     virtual void rebuildCriteria() = 0;
     virtual void refreshImageDisplay() = 0;
+    // The user changed the data: the rows and the panel's settings are
+    // saved in the document, as one change of it.
     virtual void saveRows() = 0;
+    // The user chose to import data whose columns don't match the rows,
+    // and to remove the rows with it; undo brings them back.
+    virtual void removeRows() = 0;
 };
 
 // What a panel needs from the application around it.
@@ -49,6 +54,9 @@ public:
     ~DataSourcePresentable() override;
 
     virtual std::shared_ptr<MetadataSource> dataSource() const = 0;
+    // The columns rows may name: the data source's, or what the panel knows
+    // of them while its data can't be read.
+    virtual QStringList keyNames() const { return dataSource()->keyNames(); }
     // Held weakly: the window owns the panel, not the other way round.
     DataSourceDelegate* delegate() const;
     void setDelegate(QObject* delegate) { m_delegate = delegate; }
@@ -67,9 +75,9 @@ protected:
     virtual void viewDidLoad() {}
     // Tells the delegate's observers that the keys or content changed.
     void postDataSourceChange();
-    // The rows now draw on other content: the window refreshes its images
-    // and saves the rows, and the change is posted. Nothing once the window
-    // has gone.
+    // The user made the rows draw on other content: the window refreshes
+    // its images and saves the rows, and the change is posted. Nothing once
+    // the window has gone.
     void contentChanged();
     // The bytes of the document member `name`, when it is a regular file.
     static std::optional<QByteArray> memberContents(const std::map<QString, FileWrapper>& wrappers,

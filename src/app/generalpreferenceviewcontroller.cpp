@@ -88,19 +88,27 @@ QWidget* GeneralPreferenceViewController::makeWriteMethodGroup()
             layout->addLayout(makeSidecarNameRow(group));
     }
     const auto showMethod = [this](int value) {
+        // Shown, not chosen: a stored 5 reads as sidecars and stays 5.
+        const QSignalBlocker quiet(m_writeMethods);
         m_writeMethods->button(writeMethodChoice(value))->setChecked(true);
         m_sidecarName->setEnabled(writeMethodChoice(value) == 1);
     };
     showMethod(m_preferences.writeMethodValue());
-    connect(m_writeMethods, &QButtonGroup::idClicked, &m_preferences,
-            &Preferences::setWriteMethodValue);
+    // A choice counts however it is made: a click, the keyboard, or a
+    // screen reader's toggle action, which clicks nothing.
+    connect(m_writeMethods, &QButtonGroup::idToggled, &m_preferences, [this](int id, bool checked) {
+        if (checked)
+            m_preferences.setWriteMethodValue(id);
+    });
     // The window keeps this page for the whole session; follow changes
     // made elsewhere so the page never shows a stale choice.
     connect(&m_preferences, &Preferences::writeMethodValueChanged, m_writeMethods, showMethod);
 
     m_writeMethodDescription = new QLabel(group);
     m_writeMethodDescription->setObjectName(QStringLiteral("writeMethodDescription"));
-    m_writeMethodDescription->setAccessibleName(QStringLiteral("Write method description"));
+    // Read with its text, which is what matters.
+    m_writeMethodDescription->setAccessibleDescription(
+        QStringLiteral("What the chosen write method does"));
     m_writeMethodDescription->setWordWrap(true);
     m_writeMethodDescription->setContentsMargins(0, 6, 0, 0);
     layout->addWidget(m_writeMethodDescription);
@@ -156,6 +164,7 @@ QLayout* GeneralPreferenceViewController::makeSidecarNameRow(QWidget* group)
     m_sidecarName = new QComboBox(group);
     m_sidecarName->setObjectName(QStringLiteral("sidecarNamePopUp"));
     m_sidecarName->setAccessibleName(QStringLiteral("Sidecar file name"));
+    m_sidecarName->setAccessibleDescription(m_sidecarName->accessibleName());
     m_sidecarName->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_sidecarName->addItem(QStringLiteral("IMG_0001.xmp (Lightroom, Capture One)"),
                            sidecarNamingName(SidecarNaming::name));
@@ -163,11 +172,14 @@ QLayout* GeneralPreferenceViewController::makeSidecarNameRow(QWidget* group)
                            sidecarNamingName(SidecarNaming::nameWithExtension));
     label->setBuddy(m_sidecarName);
     const auto showName = [this](const QString& name) {
+        const QSignalBlocker quiet(m_sidecarName);
         m_sidecarName->setCurrentIndex(m_sidecarName->findData(name));
     };
     showName(m_preferences.sidecarName());
-    connect(m_sidecarName, &QComboBox::activated, this,
-            [this] { m_preferences.setSidecarName(m_sidecarName->currentData().toString()); });
+    connect(m_sidecarName, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (index >= 0)
+            m_preferences.setSidecarName(m_sidecarName->itemData(index).toString());
+    });
     connect(&m_preferences, &Preferences::sidecarNameChanged, m_sidecarName, showName);
     row->addWidget(label);
     row->addWidget(m_sidecarName);

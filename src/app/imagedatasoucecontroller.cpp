@@ -50,6 +50,8 @@ void ImageDataSouceController::loadWrappers(const std::map<QString, FileWrapper>
         return;
     }
     m_settings = *decoded;
+    // The document's own settings: the data source takes the style, and
+    // nothing is saved, as opening a document changes nothing in it.
     applyStyle();
 }
 
@@ -80,13 +82,14 @@ QWidget* ImageDataSouceController::loadView()
     form->addRow(QStringLiteral("Match:"), matchRow);
     connect(m_sourceImagesLabel, &DestinationTextField::action, this,
             &ImageDataSouceController::importFileAction);
-    connect(m_matchingStylePopUp, &QComboBox::activated, this,
+    connect(m_matchingStylePopUp, &QComboBox::currentIndexChanged, this,
             &ImageDataSouceController::matchStyleSelect);
     return view;
 }
 
 void ImageDataSouceController::viewDidLoad()
 {
+    const QSignalBlocker quiet(m_matchingStylePopUp);
     selectMatchingStyle(*m_matchingStylePopUp, m_settings.selectedMatchStyle);
 }
 
@@ -112,6 +115,10 @@ void ImageDataSouceController::importFileAction()
                          result.outcome.error());
         } else {
             m_imageDataSource->setMetadata(std::move(result.table));
+            // The columns are those of the images read: saved rows that
+            // name them come back to life.
+            if (DataSourceDelegate* delegate = this->delegate())
+                delegate->rebuildCriteria();
             contentChanged();
         }
         emit loadFinished();
@@ -132,15 +139,13 @@ void ImageDataSouceController::matchStyleSelect()
         return;
     m_settings.selectedMatchStyle = tag;
     applyStyle();
+    contentChanged();
 }
 
-// Takes the stored style into the data source and tells the window, as
-// both a choice in the popup and the document's settings do.
 void ImageDataSouceController::applyStyle()
 {
     if (const auto style = m_settings.matchingStyle())
         m_imageDataSource->setMatchingStyle(*style);
-    contentChanged();
 }
 
 } // namespace qb

@@ -11,6 +11,7 @@ ImageWarningViewController::ImageWarningViewController(QWidget* anchor,
     : PopoverPanel(anchor)
 {
     setObjectName(QStringLiteral("imageWarningView"));
+    setWindowTitle(QStringLiteral("Warnings about the images"));
     auto* layout = new QVBoxLayout(this);
     m_warningTextField = new QLabel(this);
     m_warningTextField->setObjectName(QStringLiteral("warningTextField"));
@@ -19,7 +20,6 @@ ImageWarningViewController::ImageWarningViewController(QWidget* anchor,
     m_warningTextField->setTextInteractionFlags(Qt::TextSelectableByMouse);
     if (warningText)
         m_warningTextField->setText(*warningText);
-    m_warningTextField->setAccessibleName(m_warningTextField->text());
     layout->addWidget(m_warningTextField);
 }
 

@@ -30,6 +30,7 @@ int main(int argc, char* argv[])
     qb::NotificationCenter center;
     qb::AppDelegate delegate(preferences, center);
     delegate.applicationDidFinishLaunching();
+    delegate.listenForInterruptions();
     delegate.openStartupDocuments(parser.positionalArguments());
     return app.exec();
 }

@@ -10,6 +10,8 @@ QComboBox* makeMatchingStylePopUp(QWidget* parent)
     auto* popUp = new QComboBox(parent);
     popUp->setObjectName(QStringLiteral("matchingStylePopUp"));
     popUp->setAccessibleName(QStringLiteral("File name matching"));
+    // Read by its current item on Linux; the description says what it is.
+    popUp->setAccessibleDescription(popUp->accessibleName());
     const char* titles[] = {"contains", "is equal to", "begins with", "matches", "ends with"};
     for (FileNameDataSource::MatchingStyle style : allMatchingStyles)
         popUp->addItem(QString::fromLatin1(titles[int(style)]), int(style));

@@ -1,15 +1,51 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "popoverpanel.h"
 
+#include <QApplication>
+#include <QKeyEvent>
 #include <QScreen>
 
 namespace qb {
 
 PopoverPanel::PopoverPanel(QWidget* anchor)
-    : QWidget(anchor ? anchor->window() : nullptr, Qt::Popup)
+    : QWidget(anchor ? anchor->window() : nullptr, Qt::Tool | Qt::FramelessWindowHint)
     , m_anchor(anchor)
 {
     setAttribute(Qt::WA_DeleteOnClose);
+    qApp->installEventFilter(this);
+}
+
+PopoverPanel::~PopoverPanel()
+{
+    qApp->removeEventFilter(this);
+}
+
+// A press anywhere else closes the panel, and still reaches what it was on.
+bool PopoverPanel::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress && !m_detached && isVisible())
+        if (auto* widget = qobject_cast<QWidget*>(watched); widget && widget->window() != this)
+            close();
+    return QWidget::eventFilter(watched, event);
+}
+
+// The keyboard goes back to where the panel was asked for.
+void PopoverPanel::closeEvent(QCloseEvent* event)
+{
+    if (isActiveWindow() && m_anchor) {
+        m_anchor->window()->activateWindow();
+        m_anchor->setFocus(Qt::OtherFocusReason);
+    }
+    QWidget::closeEvent(event);
+}
+
+void PopoverPanel::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape && !m_detached) {
+        close();
+        return;
+    }
+    QWidget::keyPressEvent(event);
 }
 
 void PopoverPanel::popUp()
@@ -26,6 +62,10 @@ void PopoverPanel::popUp()
         move(at);
     }
     show();
+    // Keyboard and screen reader users land in the panel, as a click does.
+    raise();
+    activateWindow();
+    focusNextChild();
 }
 
 void PopoverPanel::detach()

@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QPointer>
 #include <QWidget>
 
 namespace qb {
 
-// A panel that opens as a popup beside the control that asked for it and
-// closes when the user clicks elsewhere. It deletes itself when closed.
+// A panel that opens beside the control that asked for it and closes when
+// the user clicks elsewhere or presses Escape. It deletes itself when
+// closed. It is a small window of its own, not a Qt popup: popups are left
+// out of what screen readers see, and they eat the click that closes them.
 class PopoverPanel : public QWidget {
     Q_OBJECT
 
 public:
     explicit PopoverPanel(QWidget* anchor);
+    ~PopoverPanel() override;
 
     // Shows the panel below `anchor`, kept on the anchor's screen.
     void popUp();
@@ -23,8 +27,13 @@ public:
 signals:
     void detached();
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
 private:
-    QWidget* m_anchor;
+    QPointer<QWidget> m_anchor;
     bool m_detached = false;
 };
 

@@ -83,8 +83,9 @@ ShotlistViewController::ShotlistViewController(QWidget* anchor)
     QLabel* completed = caption("With images:");
     shots->setBuddy(m_shotCountLabel);
     completed->setBuddy(m_completedCountLabel);
-    m_shotCountLabel->setAccessibleName(QStringLiteral("Shots"));
-    m_completedCountLabel->setAccessibleName(QStringLiteral("Shots with images"));
+    // Read with their numbers; the captions beside them say what they count.
+    m_shotCountLabel->setAccessibleDescription(QStringLiteral("Shots"));
+    m_completedCountLabel->setAccessibleDescription(QStringLiteral("Shots with images"));
 
     auto* refresh = new QToolButton(this);
     refresh->setObjectName(QStringLiteral("viewStyleControl"));

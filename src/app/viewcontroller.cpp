@@ -8,8 +8,10 @@
 #include "app/writecontroller.h"
 
 #include "widgets/dropviews.h"
+#include "widgets/taborder.h"
 
 #include "documents/mappingsdoc.h"
+#include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
 #include "sources/shotlistcoordinator.h"
 
@@ -113,12 +115,13 @@ void ViewController::viewDidLoad()
     refreshImageDisplay();
     ruleEditor->setDelegate(this);
     ruleEditor->setNestingMode(RuleEditor::NestingMode::list);
+    connect(ruleEditor, &RuleEditor::controlsChanged, this, &ViewController::scheduleTabOrder);
     m_datasourceView = std::make_unique<CSVDataSourceViewController>(panelContext());
     m_datasourceView->setDelegate(this);
-    // A rule text change and a data source change share one name; this
-    // observer takes any object, so it hears both and saves the rows.
-    m_services.center->addObserver(ruleTextChangeNotification, nullptr, this,
-                                   [this](const QObject*) { saveRows(); });
+    // The rows are saved for what the user does in this window alone: an
+    // edit of a rule's text reaches us through the rule editor, and a data
+    // source change posted by any window, or by the preferences, saves
+    // nothing, so that it can't mark every open document edited.
     connect(m_services.preferences, &Preferences::writeMethodValueChanged, this, [this] {
         refreshImageDisplay();
         m_services.center->post(dataSourceChangeNotification, this);
@@ -136,6 +139,10 @@ void ViewController::viewDidAppear()
 {
     setUpPanel(m_document.datasource());
     showPanel();
+    notePanelSettings();
+    // A panel that couldn't read its data shows the saved rows all the same.
+    if (!m_criteriaBuilt)
+        rebuildCriteria();
     applyEditable(m_document.isEditable());
     connect(&m_document, &MappingsDoc::isEditableChanged, this, &ViewController::applyEditable);
     connect(&m_document, &MappingsDoc::currentCriteriaRowsChanged, this,
@@ -149,7 +156,7 @@ void ViewController::applyEditable(bool editable)
         m_datasourceView->setEnabled(editable);
 }
 
-void ViewController::setUpPanel(const QString& name)
+void ViewController::setUpPanel(const QString& name, MappingsDoc::ChangeOrigin origin)
 {
     std::unique_ptr<DataSourcePresentable> panel;
     if (name == MappingsDoc::csvSource())
@@ -162,7 +169,7 @@ void ViewController::setUpPanel(const QString& name)
     }
     // The old panel's view leaves the box with it.
     m_datasourceView = std::move(panel);
-    m_document.setDatasource(name);
+    m_document.setDatasource(name, origin);
     m_datasourceView->setDelegate(this);
     emit datasourceViewChanged();
 }
@@ -175,6 +182,21 @@ void ViewController::showPanel()
         delete item;
     box->addWidget(m_datasourceView->view());
     m_datasourceView->setEnabled(m_document.isEditable());
+    scheduleTabOrder();
+}
+
+void ViewController::scheduleTabOrder()
+{
+    if (m_tabOrderScheduled)
+        return;
+    m_tabOrderScheduled = true;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_tabOrderScheduled = false;
+            setTabOrderByLayout(this);
+        },
+        Qt::QueuedConnection);
 }
 
 void ViewController::setDatasource(const QString& identifier)
@@ -183,8 +205,11 @@ void ViewController::setDatasource(const QString& identifier)
         qbPrint(QStringLiteral("MenuItem must have an identifier"));
         return;
     }
-    setUpPanel(identifier);
+    setUpPanel(identifier, MappingsDoc::ChangeOrigin::user);
     showPanel();
+    notePanelSettings();
+    // The rows meet the new panel's columns; those it lacks are kept.
+    rebuildCriteria();
 }
 
 bool ViewController::validateUserInterfaceItem(QAction* item) const
@@ -220,8 +245,8 @@ void ViewController::updateWriteReadiness()
 void ViewController::rebuildCriteria()
 {
     m_criteriaAreLoading = true;
-    const QStringList keyNames =
-        m_datasourceView ? m_datasourceView->dataSource()->keyNames() : QStringList();
+    m_criteriaBuilt = true;
+    const QStringList keyNames = m_datasourceView ? m_datasourceView->keyNames() : QStringList();
     sourceTagCriteria = makeSourceTagCriteria(keyNames, m_services.center);
     qbLog(QStringLiteral("Updated with %1 new criteria from %2 key names")
               .arg(sourceTagCriteria.size())
@@ -229,43 +254,119 @@ void ViewController::rebuildCriteria()
     const std::vector<MetadataMapping>& mappings = m_document.currentCriteriaRows();
     if (mappings.empty())
         qbLog(QStringLiteral("Document has no saved mappings"));
-    // Rows that find no place are left out, so the placed ones close up.
-    int placed = 0;
+    // Every saved row gets a row of its own, also one whose column the data
+    // lacks: it shows as unfinished and is saved as it was.
     for (std::size_t i = 0; i < mappings.size(); ++i) {
-        auto row = rowForMapping(mappings[i], int(i), sourceTagCriteria);
-        if (!row)
-            continue;
-        if (ruleEditor->numberOfRows() < placed + 1)
-            ruleEditor->addRow();
-        ruleEditor->setCriteria(placed++, std::move(*row));
+        Criteria row = rowForMapping(mappings[i], int(i), sourceTagCriteria);
+        if (ruleEditor->numberOfRows() <= int(i))
+            ruleEditor->addRow(std::move(row));
+        else
+            ruleEditor->setCriteria(int(i), std::move(row));
     }
+    // Rows beyond the saved ones are an undone change, or a new row of an
+    // older tree.
+    while (ruleEditor->numberOfRows() > int(mappings.size()))
+        ruleEditor->removeRow(ruleEditor->numberOfRows() - 1);
     if (ruleEditor->numberOfRows() == 0 && !sourceTagCriteria.empty()) {
         qbPrint(QStringLiteral("Adding row"));
         ruleEditor->addRow();
     }
+    rememberPlacedRows();
+    markOverruledRows();
     qbLog(QStringLiteral("Finished updating criteria"));
     m_criteriaAreLoading = false;
-    storePanelSettings();
+    // The panel's settings are left as the document has them: they are
+    // stored when the user changes something, not when the window is set up.
+}
+
+// What each row reads as now, beside the mapping it was placed from: a row
+// that still reads so when the rows are saved is saved as its mapping, so
+// that what a row can't show (a second mapper, a regular expression, a
+// destination its mode doesn't offer) isn't lost by an edit of another row.
+void ViewController::rememberPlacedRows()
+{
+    m_placedRows.clear();
+    const std::vector<MetadataMapping>& mappings = m_document.currentCriteriaRows();
+    for (std::size_t i = 0; i < mappings.size() && int(i) < ruleEditor->numberOfRows(); ++i)
+        m_placedRows.push_back({ruleEditor->rowWidget(int(i)),
+                                mappingForRow(ruleEditor->criteriaForRow(int(i)), int(i)),
+                                mappings[i]});
+}
+
+std::vector<MetadataMapping> ViewController::rowsAsSaved() const
+{
+    std::vector<MetadataMapping> rows;
+    for (int i = 0; i < ruleEditor->numberOfRows(); ++i) {
+        std::optional<MetadataMapping> reads = mappingForRow(ruleEditor->criteriaForRow(i), i);
+        const RuleRow* widget = ruleEditor->rowWidget(i);
+        const auto placed = std::find_if(m_placedRows.begin(), m_placedRows.end(),
+                                         [widget](const PlacedRow& p) { return p.row == widget; });
+        if (placed != m_placedRows.end() && placed->readsAs == reads)
+            reads = placed->saved;
+        if (reads)
+            rows.push_back(std::move(*reads));
+    }
+    return rows;
 }
 
 void ViewController::saveRows()
 {
     if (m_criteriaAreLoading)
         return;
-    if (m_firstLoad) {
-        m_firstLoad = false;
-        return;
+    // Only a change makes an undo step: the same rows saved again don't.
+    std::vector<MetadataMapping> rows = rowsAsSaved();
+    if (rows != m_document.currentCriteriaRows())
+        m_document.setCriteria(std::move(rows));
+    markOverruledRows();
+    const auto wrapper = m_datasourceView ? m_datasourceView->settingsWrapper() : std::nullopt;
+    if (wrapper && wrapper->regularFileContents() != m_panelSettings) {
+        m_panelSettings = wrapper->regularFileContents();
+        m_document.setDatasourceWrapper(*wrapper, MappingsDoc::ChangeOrigin::user);
     }
-    m_document.setCriteria(mappingsForRows(ruleEditor->allRowCriteria()));
-    storePanelSettings();
 }
 
-void ViewController::storePanelSettings()
+// Two rows writing one tag both stay, and the upper one's value stands: the
+// lower is framed, so the user sees why its column never reaches the file.
+void ViewController::markOverruledRows()
 {
-    if (!m_datasourceView)
-        return;
-    if (auto wrapper = m_datasourceView->settingsWrapper())
-        m_document.setDatasourceWrapper(*wrapper);
+    std::vector<MetadataMapping> mappings;
+    std::vector<int> editorRows;
+    for (int i = 0; i < ruleEditor->numberOfRows(); ++i)
+        if (auto mapping = mappingForRow(ruleEditor->criteriaForRow(i), i)) {
+            mappings.push_back(std::move(*mapping));
+            editorRows.push_back(i);
+        }
+    QHash<int, QString> reasons;
+    for (const OverruledRule& rule : overruledRules(mappings))
+        reasons.insert(editorRows[std::size_t(rule.row)],
+                       QStringLiteral("Row %1 writes %2 too; its value stands.")
+                           .arg(editorRows[std::size_t(rule.upper)] + 1)
+                           .arg(mappings[std::size_t(rule.row)].destTag));
+    ruleEditor->setOverruledRows(reasons);
+}
+
+// The panel's settings as the document opened them, or as last stored: a
+// save of the rows stores them only when the user has changed them since,
+// as they read differently from how the document wrote them (a bookmark
+// made anew, columns in the file's order) without being another choice.
+void ViewController::notePanelSettings()
+{
+    const auto wrapper = m_datasourceView ? m_datasourceView->settingsWrapper() : std::nullopt;
+    m_panelSettings = wrapper ? wrapper->regularFileContents() : std::nullopt;
+}
+
+void ViewController::removeRows()
+{
+    const bool hadRows = !m_document.currentCriteriaRows().empty();
+    m_criteriaAreLoading = true;
+    while (ruleEditor->numberOfRows() > 0)
+        ruleEditor->removeRow(0);
+    m_criteriaAreLoading = false;
+    // The document's change of rows builds them again over the new columns;
+    // without rows to remove, the new columns still need their tree.
+    saveRows();
+    if (!hadRows)
+        rebuildCriteria();
 }
 
 void ViewController::selectImagesAction()

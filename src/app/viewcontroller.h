@@ -5,10 +5,13 @@
 
 #include "widgets/criteriatreedelegate.h"
 
+#include "documents/mappingsdoc.h"
+
 #include "sources/imagedatasource.h"
 #include "sources/imagevalidator.h"
 #include "sources/urlimageprovider.h"
 
+#include <QPointer>
 #include <QWidget>
 
 #include <functional>
@@ -27,7 +30,6 @@ namespace qb {
 class DestinationView;
 class ImagesAreaController;
 class ImageWarningViewController;
-class MappingsDoc;
 class NotificationCenter;
 class Preferences;
 class ShotlistViewController;
@@ -101,6 +103,7 @@ public:
     void rebuildCriteria() override;
     void refreshImageDisplay() override;
     void saveRows() override;
+    void removeRows() override;
 
 signals:
     // The data source panel was replaced.
@@ -116,18 +119,34 @@ private:
     QWidget* buildImageBar();
     void viewDidLoad();
     void viewDidAppear();
-    void setUpPanel(const QString& name);
+    void setUpPanel(const QString& name,
+                    MappingsDoc::ChangeOrigin origin = MappingsDoc::ChangeOrigin::setUp);
     void showPanel();
     void applyEditable(bool editable);
-    void storePanelSettings();
+    void rememberPlacedRows();
+    void markOverruledRows();
+    // Tab follows the reading order again once the event loop turns.
+    void scheduleTabOrder();
+    void notePanelSettings();
+    // The rows as the document should keep them.
+    std::vector<MetadataMapping> rowsAsSaved() const;
     void updateWriteReadiness();
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
     WindowServices m_services;
+    struct PlacedRow {
+        QPointer<const RuleRow> row;
+        std::optional<MetadataMapping> readsAs;
+        MetadataMapping saved;
+    };
+
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
-    bool m_firstLoad = true;
     bool m_criteriaAreLoading = false;
+    bool m_criteriaBuilt = false;
+    bool m_tabOrderScheduled = false;
+    std::vector<PlacedRow> m_placedRows;
+    std::optional<QByteArray> m_panelSettings;
     ImagesAreaController* m_images = nullptr;
     WriteController* m_writer = nullptr;
 };

@@ -65,6 +65,20 @@ void openWindowModal(QDialog* dialog)
     dialog->open();
 }
 
+// exiftool's counts of a write, as the command line prints them: per file
+// where the files are known, else as exiftool summed them up.
+QString countsText(const WriteReport& report)
+{
+    return report.outcomes.empty() ? report.countsText()
+                                   : outcomeCountsText(countOutcomes(report.outcomes));
+}
+
+QString warningsLink(qsizetype count)
+{
+    return QStringLiteral("<a href=\"warnings\">%1</a>")
+        .arg(count == 1 ? QStringLiteral("1 warning") : QStringLiteral("%1 warnings").arg(count));
+}
+
 } // namespace
 
 WriteController::WriteController(Inputs inputs, QWidget* parent)
@@ -72,8 +86,10 @@ WriteController::WriteController(Inputs inputs, QWidget* parent)
     , m_inputs(std::move(inputs))
     , m_parent(parent)
 {
+    // Read with its text: what the last write did, or what the write does now.
     m_statusLabel = new QLabel(parent);
     m_statusLabel->setObjectName(QStringLiteral("statusLabel"));
+    connect(m_statusLabel, &QLabel::linkActivated, this, &WriteController::showWarnings);
     m_progressIndicator = new QProgressBar(parent);
     m_progressIndicator->setObjectName(QStringLiteral("progressIndicator"));
     m_progressIndicator->setAccessibleName(QStringLiteral("Writing metadata"));
@@ -81,9 +97,9 @@ WriteController::WriteController(Inputs inputs, QWidget* parent)
     m_progressIndicator->setMaximumWidth(120);
     m_progressIndicator->setTextVisible(false);
     m_progressIndicator->hide();
+    // Named by its text, which says "Working…" while a write runs.
     m_actionButton = new QPushButton(assignTitle, parent);
     m_actionButton->setObjectName(QStringLiteral("actionButton"));
-    m_actionButton->setAccessibleName(assignTitle);
     m_actionButton->setDefault(true);
     m_previewButton = new QPushButton(QStringLiteral("Preview\u2026"), parent);
     m_previewButton->setObjectName(QStringLiteral("previewButton"));
@@ -114,14 +130,17 @@ void WriteController::updateButtons()
     m_previewButton->setEnabled(m_actionButton->isEnabled());
 }
 
-void WriteController::setWorking(bool working)
+void WriteController::setWorking(bool working, const QString& activity)
 {
     // Posted, so that the change shows only once the running work returns.
     QMetaObject::invokeMethod(
         this,
-        [this, working] {
+        [this, working, activity] {
             m_working = working;
+            m_activityText = activity;
             m_actionButton->setText(working ? workingTitle : assignTitle);
+            // Tools that don't follow the text hear that the window is busy.
+            m_actionButton->setAccessibleDescription(working ? activity : QString());
             updateButtons();
             m_progressIndicator->setVisible(working);
             m_progressIndicator->setRange(0, 0);
@@ -131,34 +150,93 @@ void WriteController::setWorking(bool working)
             } else {
                 m_statusTimer->stop();
                 m_progressText.clear();
-                m_statusLabel->clear();
+                showOutcome();
             }
         },
         Qt::QueuedConnection);
 }
 
+// The bar and its count follow the files; the queue's own words are for
+// while the write waits for another process's to end.
 void WriteController::showQueueStatus()
 {
-    const auto method = m_inputs.preferences->writeMethod();
-    // Waiting for another process's write says more than a count at zero.
-    m_statusLabel->setText(MetadataQueue::shared(method).statusText().value_or(m_progressText));
+    showPlainStatus();
+    const MetadataQueue& queue = MetadataQueue::shared(m_writeMethod);
+    if (queue.isWaitingForWriter())
+        m_statusLabel->setText(queue.statusText().value_or(m_activityText));
+    else
+        m_statusLabel->setText(m_progressText.isEmpty() ? m_activityText : m_progressText);
+}
+
+// What exiftool said of this window's last write, its warnings one click away.
+void WriteController::showOutcome()
+{
+    const QString counts = m_lastWrite ? countsText(m_lastReport) : QString();
+    showPlainStatus();
+    if (counts.isEmpty()) {
+        m_statusLabel->clear();
+        return;
+    }
+    const QString said = (*m_lastWrite ? QStringLiteral("Last write: %1.")
+                                       : QStringLiteral("Last write failed: %1."))
+                             .arg(counts);
+    if (m_lastReport.warnings.isEmpty()) {
+        m_statusLabel->setText(said);
+        return;
+    }
+    // The link to the warnings is a control: Tab reaches it.
+    m_statusLabel->setTextFormat(Qt::RichText);
+    m_statusLabel->setTextInteractionFlags(Qt::TextBrowserInteraction);
+    m_statusLabel->setText(said.toHtmlEscaped() + QLatin1Char(' ') +
+                           warningsLink(m_lastReport.warnings.size()));
+}
+
+void WriteController::showPlainStatus()
+{
+    m_statusLabel->setTextFormat(Qt::PlainText);
+    m_statusLabel->setTextInteractionFlags(Qt::NoTextInteraction);
+}
+
+void WriteController::showWarnings()
+{
+    auto* box = new QMessageBox(QMessageBox::Warning, QStringLiteral("Quillbrook"),
+                                QStringLiteral("exiftool warned about the last write."),
+                                QMessageBox::Ok, window());
+    box->setObjectName(QStringLiteral("writeWarningsAlert"));
+    box->setInformativeText(cappedLines(m_lastReport.warnings.join(QLatin1Char('\n'))));
+    openWindowModal(box);
+}
+
+// Checked before anything runs: a variable that names no exiftool would
+// otherwise fail each write with less to say.
+bool WriteController::exiftoolIsUsable()
+{
+    if (const auto error = MetadataQueue::exiftoolVariableError()) {
+        presentError(window(), *error);
+        return false;
+    }
+    return true;
 }
 
 void WriteController::assignMetadata()
 {
-    setWorking(true);
+    if (!exiftoolIsUsable())
+        return;
     Preferences& preferences = *m_inputs.preferences;
     const MetadataQueue::WriteMethod method = preferences.writeMethod();
+    m_writeMethod = method;
     MetadataQueue& queue = MetadataQueue::shared(method);
     queue.setSidecarNaming(preferences.sidecarNaming());
     queue.setJournalDirectory(preferences.keepWriteJournal() ? std::optional(journalDirectory())
                                                              : std::nullopt);
     watchQueue(queue);
     m_lastReport = {};
+    m_lastWrite.reset();
     queue.setWriteJobs(preferences.writeJobs());
     queue.addImages(m_inputs.images(), *m_inputs.source(), m_inputs.mappings(),
                     preferences.emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep);
     const int count = queue.imageCount();
+    setWorking(true, QStringLiteral("Writing %1 images\u2026").arg(count));
     const QPointer<WriteController> self(this);
     queue.write([self, method, count](const MetadataQueue::WriteResult& result) {
         if (self)
@@ -169,15 +247,25 @@ void WriteController::assignMetadata()
 void WriteController::finishWrite(const MetadataQueue::WriteResult& result,
                                   MetadataQueue::WriteMethod method, int count)
 {
+    m_lastWrite = result.has_value();
     if (result) {
         qbLog(QStringLiteral("Metadata written successfully"));
         if (m_inputs.preferences->presentDialogueOnSuccess()) {
+            // The files exiftool wrote, not those it was given.
+            const int written = m_lastReport.outcomes.empty()
+                                    ? count
+                                    : countOutcomes(m_lastReport.outcomes).written;
             auto* box = new QMessageBox(QMessageBox::Information, QStringLiteral("Quillbrook"),
                                         QStringLiteral("Metadata was written to %1 images %2.")
-                                            .arg(count)
+                                            .arg(written)
                                             .arg(methodPhrase(method)),
                                         QMessageBox::Ok, window());
             box->setObjectName(QStringLiteral("successAlert"));
+            QStringList said;
+            if (const QString counts = countsText(m_lastReport); !counts.isEmpty())
+                said << counts + QLatin1Char('.');
+            said << m_lastReport.warnings;
+            box->setInformativeText(cappedLines(said.join(QLatin1Char('\n'))));
             openWindowModal(box);
         }
     } else {
@@ -232,12 +320,14 @@ bool WriteController::canRestoreLastWrite() const
 
 void WriteController::restoreLastWrite()
 {
+    if (!exiftoolIsUsable())
+        return;
     UndoOptions options;
     options.exiftool =
         MetadataQueue::shared(m_inputs.preferences->writeMethod()).exiftoolLocation();
     if (m_inputs.preferences->keepWriteJournal())
         options.journalDirectory = journalDirectory();
-    setWorking(true);
+    setWorking(true, QStringLiteral("Restoring the values before the last write\u2026"));
     runOffMainThread(
         this, [journal = m_lastJournal, options] { return undoWrite(journal, options); },
         [this](const std::expected<UndoResult, Error>& restored) {
@@ -273,6 +363,8 @@ void WriteController::showRestored(const std::expected<UndoResult, Error>& resto
 
 void WriteController::previewMetadata()
 {
+    if (!exiftoolIsUsable())
+        return;
     const ImageProvider& provider = m_inputs.images();
     const Preferences& preferences = *m_inputs.preferences;
     ExifImages images =
@@ -285,7 +377,7 @@ void WriteController::previewMetadata()
                                preferences.sidecarNaming()};
     const int parts = chunkCount(qsizetype(images.size()), m_inputs.preferences->writeJobs(),
                                  defaultParallelThreshold);
-    setWorking(true);
+    setWorking(true, QStringLiteral("Reading what the write would change\u2026"));
     // The images were made for this preview alone; only the pool touches them.
     runOffMainThread(
         this,

@@ -50,7 +50,8 @@ public:
     // a data source ready. The buttons follow it while nothing runs.
     void setReady(bool ready);
     bool isWorking() const { return m_working; }
-    void setWorking(bool working);
+    // `activity` says what runs, beside the bar, until the files tell more.
+    void setWorking(bool working, const QString& activity = {});
 
     void assignMetadata();
     // Reads what the write would change and shows it in a table, from
@@ -69,6 +70,10 @@ signals:
 private:
     QWidget* window() const;
     void showQueueStatus();
+    void showOutcome();
+    void showPlainStatus();
+    void showWarnings();
+    bool exiftoolIsUsable();
     void finishWrite(const MetadataQueue::WriteResult& result, MetadataQueue::WriteMethod method,
                      int count);
     void watchQueue(MetadataQueue& queue);
@@ -79,8 +84,12 @@ private:
     Inputs m_inputs;
     bool m_ready = false;
     bool m_working = false;
-    // What exiftool said of this window's last write, its journal included.
+    // What exiftool said of this window's last write, its journal included,
+    // and whether it succeeded; none before the first.
     WriteReport m_lastReport;
+    std::optional<bool> m_lastWrite;
+    MetadataQueue::WriteMethod m_writeMethod = MetadataQueue::WriteMethod::direct;
+    QString m_activityText;
     QString m_lastJournal;
     // "120 of 1,000 images written" while a long write runs.
     QString m_progressText;

@@ -73,6 +73,8 @@ std::expected<Json, Error> CSVDatasourceSettings::toJson() const
         if (!bookmark)
             return std::unexpected(bookmark.error());
         json["currentURL"] = std::move(*bookmark);
+    } else if (unresolvedURL) {
+        json["currentURL"] = *unresolvedURL;
     }
     if (fieldDelimiter)
         json["fieldDelimiter"] = qb::toJson(*fieldDelimiter);
@@ -127,10 +129,12 @@ CSVDatasourceSettings::decodeKeepingColumns(const QByteArray& bytes, const QStri
     auto json = parseDocumentJson(bytes);
     if (!json || !json->is_object() || !json->contains("currentURL"))
         return std::unexpected(whole.error());
+    Json unresolved = json->at("currentURL");
     json->erase("currentURL");
     auto rest = decodeJson([&] { return fromJson(JsonObject(*json, QString()), relativeTo); });
     if (!rest)
         return std::unexpected(whole.error());
+    rest->unresolvedURL = std::move(unresolved);
     return Decoded{std::move(*rest), whole.error()};
 }
 

@@ -29,6 +29,10 @@ struct CSVDatasourceSettings {
     // unknown value survives a round trip and is judged by whoever applies it.
     qint64 selectedMatchStyle = 2;
     std::optional<BookmarkURL> currentURL;
+    // The saved bookmark of a file that can't be found any more, as the
+    // document holds it: written back unchanged while no other file is
+    // chosen, so that a document opened while its CSV is away keeps it.
+    std::optional<Json> unresolvedURL;
     // The field delimiter's name, left out for comma so that a document
     // reads as it did before the choice existed; readers that predate it
     // ignore the member.

@@ -66,8 +66,10 @@ private:
 MappingsDoc::MappingsDoc(QObject* parent)
     : QObject(parent)
 {
-    connect(&m_undoStack, &QUndoStack::cleanChanged, this,
-            [this](bool clean) { emit documentEditedChanged(!clean); });
+    connect(&m_undoStack, &QUndoStack::cleanChanged, this, [this](bool clean) {
+        if (!m_settingsEdited)
+            emit documentEditedChanged(!clean);
+    });
 }
 
 MappingsDoc::~MappingsDoc()
@@ -123,6 +125,7 @@ std::expected<void, Error> MappingsDoc::writeTo(const QString& path)
     if (auto replaced = replacePackage(*package, path); !replaced)
         return replaced;
     m_undoStack.setClean();
+    setSettingsEdited(false);
     if (m_fileName != path) {
         m_fileName = path;
         emit fileNameChanged(m_fileName);
@@ -181,18 +184,33 @@ std::expected<void, Error> MappingsDoc::readFromFileWrapper(const FileWrapper& p
     return {};
 }
 
-void MappingsDoc::setDatasource(const QString& datasource)
+void MappingsDoc::setDatasource(const QString& datasource, ChangeOrigin origin)
 {
     if (m_datasource == datasource)
         return;
     m_datasource = datasource;
     emit datasourceChanged(m_datasource);
+    if (origin == ChangeOrigin::user)
+        setSettingsEdited(true);
 }
 
-void MappingsDoc::setDatasourceWrapper(const FileWrapper& wrapper)
+void MappingsDoc::setDatasourceWrapper(const FileWrapper& wrapper, ChangeOrigin origin)
 {
+    const auto stored = m_wrappers.find(wrapper.preferredFilename);
+    const bool changed = stored == m_wrappers.end() ||
+                         stored->second.regularFileContents() != wrapper.regularFileContents();
     m_wrappers.insert_or_assign(wrapper.preferredFilename, wrapper);
     emit datasourceWrappersChanged();
+    if (changed && origin == ChangeOrigin::user)
+        setSettingsEdited(true);
+}
+
+void MappingsDoc::setSettingsEdited(bool edited)
+{
+    const bool before = isDocumentEdited();
+    m_settingsEdited = edited;
+    if (isDocumentEdited() != before)
+        emit documentEditedChanged(isDocumentEdited());
 }
 
 void MappingsDoc::toggleIsEditable()

@@ -64,22 +64,29 @@ public:
     bool isReading() const { return m_isReading; }
     bool isEditable() const { return m_isEditable; }
     const std::vector<MetadataMapping>& currentCriteriaRows() const { return m_rows; }
+    // Who changed the panel settings: the window setting itself up from
+    // the document leaves it as saved; only what the user does in the
+    // window marks it edited.
+    enum class ChangeOrigin { setUp, user };
+
     const QString& datasource() const { return m_datasource; }
     // Switching the panel is not an undoable edit.
-    void setDatasource(const QString& datasource);
+    void setDatasource(const QString& datasource, ChangeOrigin origin = ChangeOrigin::setUp);
 
     // The members of the datasource folder, held as they are: the document
     // never reads them, the panels do.
     const std::map<QString, FileWrapper>& datasourceWrappers() const { return m_wrappers; }
     // Stores a panel's settings under the wrapper's preferred file name.
-    void setDatasourceWrapper(const FileWrapper& wrapper);
+    void setDatasourceWrapper(const FileWrapper& wrapper,
+                              ChangeOrigin origin = ChangeOrigin::setUp);
 
     // Each change is one undo step; undoing it registers the redo.
     void toggleIsEditable();
     void setCriteria(std::vector<MetadataMapping> rows);
     QUndoStack& undoStack() { return m_undoStack; }
-    // Unsaved changes, as the undo stack tells them.
-    bool isDocumentEdited() const { return !m_undoStack.isClean(); }
+    // Unsaved changes: of the rows and the lock, as the undo stack tells
+    // them, or of the panel settings, which aren't undone.
+    bool isDocumentEdited() const { return !m_undoStack.isClean() || m_settingsEdited; }
 
     // The CSV panel's saved settings, for the command line. Each is nothing
     // when csv.json is absent or doesn't decode (a bookmark whose file has
@@ -110,6 +117,7 @@ private:
 
     void applyToggle();
     void applyCriteria(std::vector<MetadataMapping> rows);
+    void setSettingsEdited(bool edited);
     std::expected<void, Error> writeTo(const QString& path);
 
     QString m_fileName;
@@ -118,6 +126,7 @@ private:
     std::vector<MetadataMapping> m_rows;
     QString m_datasource = csvSource();
     std::map<QString, FileWrapper> m_wrappers;
+    bool m_settingsEdited = false;
     QUndoStack m_undoStack;
 };
 

@@ -44,8 +44,17 @@ QString TextFieldCriterion::editorChanged(const QString& fieldText)
 {
     if (!fieldText.isEmpty())
         setStringValue(fieldText);
+    // Posted for the next turn of the event loop, never sent: an observer
+    // that saves the rows rebuilds the tree, and with it this criterion,
+    // which must not go while its field's signal is still running.
     if (m_center)
-        m_center->post(ruleTextChangeNotification, nullptr);
+        QMetaObject::invokeMethod(
+            m_center.data(),
+            [center = m_center] {
+                if (center)
+                    center->post(ruleTextChangeNotification, nullptr);
+            },
+            Qt::QueuedConnection);
     return m_stringValue;
 }
 

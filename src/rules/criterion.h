@@ -57,6 +57,9 @@ public:
     virtual RowPart rowPart() const = 0;
     // For the log: the class and what the node shows.
     virtual QString description() const = 0;
+    // Why a row that holds this node can't act as it stands, for the user;
+    // empty when it can.
+    virtual QString unfinishedReason() const { return {}; }
 };
 
 // A fixed word of the sentence, or a popup entry.
@@ -99,8 +102,9 @@ public:
 
     // The user has finished editing a field of this criterion. An emptied
     // field doesn't empty the value: a text that has had one keeps it, so a
-    // delimiter can't become empty. Posts the rule text change. Returns the
-    // text the field shows from now on.
+    // delimiter can't become empty. Posts the rule text change once the
+    // caller has returned to the event loop. Returns the text the field
+    // shows from now on.
     QString editorChanged(const QString& fieldText);
 
 signals:

@@ -38,6 +38,8 @@ std::optional<MetadataMapping> mappingForRow(const Criteria& row, int index)
     for (const CriterionPtr& criterion : row)
         if (!criterion)
             return std::nullopt;
+    if (const auto unplaced = firstOf<UnplacedRowCriterion>(row))
+        return unplaced->mapping;
     const auto source = firstOf<SourceTagCriterion>(row);
     const auto tag = firstOf<ExifTagCriterion>(row);
     if (!source || !tag)
@@ -84,8 +86,43 @@ std::shared_ptr<ConversionModeCriterion> modeFor(const SourceTagCriterion& sourc
 
 } // namespace
 
-std::optional<Criteria> rowForMapping(const MetadataMapping& mapping, int index,
-                                      const SourceTagCriteria& sources)
+UnplacedRowCriterion::UnplacedRowCriterion(MetadataMapping mapping, QString reason)
+    : mapping(std::move(mapping))
+    , m_reason(std::move(reason))
+{
+}
+
+const Criteria& UnplacedRowCriterion::children() const
+{
+    static const Criteria none;
+    return none;
+}
+
+DisplayValue UnplacedRowCriterion::displayValue() const
+{
+    const ValueMapper* first = mapping.actions && !mapping.actions->mappers.empty()
+                                   ? mapping.actions->mappers.front().get()
+                                   : nullptr;
+    // The mode as the popup names it; a mapper no mode offers by its own name.
+    const auto mode = modeFor(SourceTagCriterion(mapping.keyName, nullptr), first);
+    const QString modeName = mode ? mode->sortingKey() : first->typeDisplayName();
+    QString destination = mapping.destTag;
+    for (const ExifTagCriterionPtr& tag : destinationTable()) {
+        if (tag->exifTagName == mapping.destTag) {
+            destination = tag->displayName;
+            break;
+        }
+    }
+    const QString arrow = QStringLiteral(" \u25b8 ");
+    return DisplayValue::ofText(mapping.keyName + arrow + modeName + arrow + destination);
+}
+
+QString UnplacedRowCriterion::description() const
+{
+    return QStringLiteral("UnplacedRowCriterion(") + mapping.description() + QLatin1Char(')');
+}
+
+Criteria rowForMapping(const MetadataMapping& mapping, int index, const SourceTagCriteria& sources)
 {
     qbPrint(QStringLiteral("Adding row for '") + mapping.description() + QStringLiteral("' at ") +
             QString::number(index));
@@ -95,19 +132,23 @@ std::optional<Criteria> rowForMapping(const MetadataMapping& mapping, int index,
             source = candidate;
             break;
         }
-    if (!source)
-        return std::nullopt;
+    if (!source) {
+        return {std::make_shared<UnplacedRowCriterion>(
+            mapping, QStringLiteral("The data has no column \u201c%1\u201d").arg(mapping.keyName))};
+    }
 
     const bool hasMapper = mapping.actions && !mapping.actions->mappers.empty();
     const ValueMapper* first = hasMapper ? mapping.actions->mappers.front().get() : nullptr;
     const auto mode = modeFor(*source, first);
     if (!mode) {
         // A document written by hand can hold mappers the rows don't offer;
-        // that row is left out rather than taking the window down.
+        // that row is kept as it is rather than taking the window down.
         qbLog(QStringLiteral("Skipping '") + mapping.description() +
               QStringLiteral("': a rule row has no place for the mapper \"") +
               first->typeDisplayName() + QStringLiteral("\""));
-        return std::nullopt;
+        return {std::make_shared<UnplacedRowCriterion>(
+            mapping, QStringLiteral("No rule can show the conversion \u201c%1\u201d")
+                         .arg(first->typeDisplayName()))};
     }
     if (first)
         mode->setParameters(*first);

@@ -48,10 +48,11 @@ CheckboxBinding::CheckboxBinding(QAbstractButton* source, QObject* destination, 
     : ControlBinding(source, destination, std::move(property))
 {
     source->setChecked(modelValue().toBool());
-    connect(source, &QAbstractButton::clicked, this, [this] {
+    // Any change counts, not a click alone: a screen reader toggles the box
+    // through its accessibility action, which clicks nothing.
+    connect(source, &QAbstractButton::toggled, this, [this](bool checked) {
         // A tri-state box reports "partly" as checked too.
-        if (auto* button = qobject_cast<QAbstractButton*>(m_source))
-            write(button->isChecked());
+        write(checked);
     });
 }
 
@@ -61,9 +62,9 @@ PopUpBinding::PopUpBinding(QComboBox* source, QObject* destination, QByteArray p
     , firstItemIsNil(firstItemIsNil)
 {
     fillChoices(*source, items, modelValue());
-    connect(source, &QComboBox::activated, this, [this](int index) {
+    connect(source, &QComboBox::currentIndexChanged, this, [this](int index) {
         auto* box = qobject_cast<QComboBox*>(m_source);
-        if (!box)
+        if (!box || index < 0)
             return;
         write(this->firstItemIsNil && index == 0 ? QVariant() : QVariant(box->itemText(index)));
     });
@@ -83,7 +84,7 @@ ComboBoxBinding::ComboBoxBinding(QComboBox* source, QObject* destination, QByteA
                          box->currentText() == box->itemText(0);
         write(nil ? QVariant() : QVariant(box->currentText()));
     };
-    connect(source, &QComboBox::activated, this, changed);
+    connect(source, &QComboBox::currentIndexChanged, this, changed);
     if (QLineEdit* edit = source->lineEdit())
         connect(edit, &QLineEdit::editingFinished, this, changed);
 }

@@ -34,7 +34,8 @@ public:
 
 // Ties a control to a property of a model object, named as a Qt property.
 // The control is set from the property once; from then on each change of
-// the control is written to the model. Both ends are held weakly: when
+// the control is written to the model, however it is made: by mouse,
+// keyboard, an assistive tool's action or code. Both ends are held weakly: when
 // either has gone, the step that needs it is skipped. A binding lives as
 // long as its control. An absent text is written as an invalid QVariant.
 class ControlBinding : public QObject {

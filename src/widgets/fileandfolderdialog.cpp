@@ -2,6 +2,7 @@
 #include "fileandfolderdialog.h"
 
 #include <QAbstractItemView>
+#include <QCompleter>
 #include <QFileSystemModel>
 #include <QGridLayout>
 #include <QLineEdit>
@@ -40,6 +41,17 @@ void FileAndFolderDialog::accept()
         for (const QString& file : selectedFiles())
             m_chosen << QUrl::fromLocalFile(file);
     QDialog::accept();
+}
+
+void FileAndFolderDialog::done(int result)
+{
+    // The completion list of a typed path is a popup of its own: left open
+    // after Return accepted the dialog, it stays over the window and eats the
+    // user's next click.
+    for (QLineEdit* edit : findChildren<QLineEdit*>())
+        if (QCompleter* completer = edit->completer(); completer && completer->popup())
+            completer->popup()->hide();
+    QFileDialog::done(result);
 }
 
 } // namespace qb

@@ -21,6 +21,8 @@ public:
 
 public slots:
     void accept() override;
+    // However the dialog ends, no popup of it is left behind.
+    void done(int result) override;
 
 private:
     QList<QUrl> m_chosen;

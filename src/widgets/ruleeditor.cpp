@@ -22,6 +22,8 @@ RuleEditor::RuleEditor(QWidget* parent)
     auto* scroll = new QScrollArea(this);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
+    // Tab goes to the rows' controls, not to the area that holds them.
+    scroll->setFocusPolicy(Qt::NoFocus);
     auto* content = new QWidget(scroll);
     auto* contentLayout = new QVBoxLayout(content);
     contentLayout->setContentsMargins(0, 0, 0, 0);
@@ -137,8 +139,18 @@ void RuleEditor::insertRow(int at)
 {
     if (!m_delegate || m_delegate->numberOfChildren(nullptr) == 0)
         return;
+    insertRow(at, defaultPath({}));
+}
+
+void RuleEditor::addRow(Criteria criteria)
+{
+    insertRow(int(m_rows.size()), std::move(criteria));
+}
+
+void RuleEditor::insertRow(int at, Criteria criteria)
+{
     at = std::clamp(at, 0, int(m_rows.size()));
-    auto* row = new RuleRow(*this, defaultPath({}), this);
+    auto* row = new RuleRow(*this, std::move(criteria), this);
     m_rows.insert(at, row);
     m_rowLayout->insertWidget(at, row);
     renumberRows();
@@ -191,6 +203,12 @@ RuleRow* RuleEditor::rowWidget(int row) const
     return row >= 0 && row < m_rows.size() ? m_rows[row] : nullptr;
 }
 
+void RuleEditor::setOverruledRows(const QHash<int, QString>& reasons)
+{
+    for (int row = 0; row < m_rows.size(); ++row)
+        m_rows[row]->setOverruled(reasons.value(row));
+}
+
 void RuleEditor::notifyRowsChanged()
 {
     m_placeholder->setVisible(m_rows.isEmpty() && !m_placeholder->text().isEmpty());
@@ -203,6 +221,7 @@ void RuleEditor::renumberRows()
 {
     for (int i = 0; i < m_rows.size(); ++i)
         m_rows[i]->setIndex(i);
+    emit controlsChanged();
 }
 
 int RuleEditor::focusedRow() const

@@ -4,6 +4,7 @@
 #include "widgets/ruleeditordelegate.h"
 #include "widgets/rulerow.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QWidget>
@@ -54,10 +55,17 @@ public:
     // when the tree is empty.
     void addRow();
     void insertRow(int at);
+    // Appends a row that shows `criteria`, also when the tree offers
+    // nothing: a saved row without a place in it still shows.
+    void addRow(Criteria criteria);
     void removeRow(int row);
     void moveRow(int from, int to);
     // Rebuilds every row's controls from the delegate's answers.
     void reloadCriteria();
+
+    // Frames the rows whose value gives way to an upper row's, each with
+    // its reason; every other row is cleared.
+    void setOverruledRows(const QHash<int, QString>& reasons);
 
     // The row that holds `widget`, or -1.
     int rowOf(const QWidget* widget) const;
@@ -65,6 +73,9 @@ public:
 
 signals:
     void rowsChanged();
+    // Rows or their controls were made, removed or moved: whatever orders
+    // the controls, such as Tab, has to look again.
+    void controlsChanged();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
@@ -72,8 +83,10 @@ protected:
 private:
     Criteria defaultPath(Criteria prefix, const Criteria& previous = {}) const override;
     void notifyRowsChanged() override;
+    void rowControlsChanged() override { emit controlsChanged(); }
     void insertRowAfter(const QWidget* row) override { insertRow(rowOf(row) + 1); }
     void removeRowOf(const QWidget* row) override { removeRow(rowOf(row)); }
+    void insertRow(int at, Criteria criteria);
     void renumberRows();
     int focusedRow() const;
     void moveFocusedRow(int by);

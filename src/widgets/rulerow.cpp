@@ -124,6 +124,20 @@ void RuleRow::setCriteria(Criteria criteria)
 
 void RuleRow::rebuild()
 {
+    // A keyboard user who changed a choice stays at that place in the row.
+    int focused = -1;
+    for (int i = 0; i < m_controls->count(); ++i)
+        if (QWidget* control = m_controls->itemAt(i)->widget(); control && control->hasFocus())
+            focused = i;
+    rebuildControls();
+    if (focused >= 0 && focused < m_controls->count())
+        if (QWidget* control = m_controls->itemAt(focused)->widget())
+            control->setFocus(Qt::OtherFocusReason);
+    m_host.rowControlsChanged();
+}
+
+void RuleRow::rebuildControls()
+{
     clearLayout(m_controls);
     m_fields.clear();
     RuleEditorDelegate* delegate = m_host.delegate();
@@ -133,19 +147,27 @@ void RuleRow::rebuild()
         const Level choices = levelAt(level);
         const CriterionPtr& chosen = m_criteria[std::size_t(level)];
         const DisplayValue value = delegate->displayValue(chosen.get(), m_index);
+        // A saved rule the tree has no place for reads as its sentence.
+        const bool unplaced = level == 0 && chosen && !chosen->unfinishedReason().isEmpty();
         if (value.kind == DisplayValue::Kind::textField && value.textField)
             addField(level, value.textField);
-        else if (choices.choices.size() == 1 && value.kind == DisplayValue::Kind::text)
+        else if (unplaced ||
+                 (choices.choices.size() == 1 && value.kind == DisplayValue::Kind::text))
             addLabel(value);
         else
             addPopUp(level, choices, selectedIndex(choices, chosen));
     }
     const int next = int(m_criteria.size());
     const Level rest = levelAt(next);
-    const bool incomplete = !rest.choices.isEmpty();
-    if (incomplete)
+    if (!rest.choices.isEmpty())
         addPopUp(next, rest, -1);
-    markIncomplete(incomplete);
+    QString reason;
+    for (const CriterionPtr& criterion : m_criteria)
+        if (criterion && reason.isEmpty())
+            reason = criterion->unfinishedReason();
+    if (!reason.isEmpty())
+        addNote(reason);
+    markIncomplete(!rest.choices.isEmpty() || !reason.isEmpty(), reason);
     bindFields();
     setEditable(m_host.isEditable());
 }
@@ -191,11 +213,16 @@ void RuleRow::addPopUp(int level, const Level& choices, int selected)
     popUp->setObjectName(part.name + QStringLiteral("PopUp"));
     const QString current = selected < 0 ? QStringLiteral("none chosen") : popUp->currentText();
     popUp->setAccessibleName(part.label + QStringLiteral(": ") + current);
+    // On Linux a popup is read by its current item; what it chooses goes in
+    // the description, which screen readers read after it.
+    popUp->setAccessibleDescription(part.label);
     popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_controls->addWidget(popUp);
     // The choices are asked for again: the criteria may have been replaced
-    // by equal ones since the popup was built.
-    connect(popUp, &QComboBox::activated, this, [this, level, popUp](int index) {
+    // by equal ones since the popup was built. A choice counts however it is
+    // made, also by an assistive tool or code; building the popup above
+    // chose nothing, as it wasn't connected yet.
+    connect(popUp, &QComboBox::currentIndexChanged, this, [this, level, popUp](int index) {
         const QVariant child = popUp->itemData(index, childIndexRole);
         if (child.isValid())
             choose(level, levelAt(level).choices.value(child.toInt()));
@@ -222,6 +249,17 @@ void RuleRow::addLabel(const DisplayValue& value)
     m_controls->addWidget(label);
 }
 
+void RuleRow::addNote(const QString& reason)
+{
+    auto* note = new QLabel(reason, this);
+    note->setObjectName(QStringLiteral("unfinishedNote"));
+    note->setForegroundRole(QPalette::PlaceholderText);
+    QFont italic = note->font();
+    italic.setItalic(true);
+    note->setFont(italic);
+    m_controls->addWidget(note);
+}
+
 // A field follows whichever criterion its level holds now, both ways: its
 // edits reach the criterion, and another row's edit of a shared criterion
 // shows here.
@@ -241,11 +279,20 @@ void RuleRow::bindFields()
                                               if (field->text() != value)
                                                   field->setText(value);
                                           }));
+        const std::weak_ptr<Criterion> weak = m_criteria[std::size_t(level)];
         m_fieldConnections.append(
-            connect(field, &QLineEdit::editingFinished, criterion, [field, criterion] {
-                if (field->text() == criterion->stringValue())
+            connect(field, &QLineEdit::editingFinished, criterion, [this, field, weak] {
+                // Held for the call: what an edit sets off may rebuild the
+                // tree that owns the criterion.
+                const CriterionPtr held = weak.lock();
+                auto* edited = dynamic_cast<TextFieldCriterion*>(held.get());
+                if (!edited || field->text() == edited->stringValue())
                     return;
-                field->setText(criterion->editorChanged(field->text()));
+                field->setText(edited->editorChanged(field->text()));
+                // Told once the field's signal has returned: saving the rows
+                // rebuilds the tree, and may rebuild this row's controls.
+                QMetaObject::invokeMethod(
+                    this, [this] { m_host.notifyRowsChanged(); }, Qt::QueuedConnection);
             }));
     }
 }
@@ -262,14 +309,34 @@ void RuleRow::choose(int level, const CriterionPtr& choice)
     m_host.notifyRowsChanged();
 }
 
-void RuleRow::markIncomplete(bool incomplete)
+void RuleRow::markIncomplete(bool incomplete, const QString& reason)
 {
     m_incomplete = incomplete;
-    setToolTip(incomplete ? m_host.incompleteRowToolTip() : QString());
-    setStyleSheet(incomplete ? QStringLiteral("QFrame#ruleRow { border: 2px solid #c62828; "
-                                              "border-radius: 4px; }")
-                             : QString());
-    setProperty("incomplete", incomplete);
+    m_incompleteWhy = reason.isEmpty() ? m_host.incompleteRowToolTip() : reason;
+    showState();
+}
+
+void RuleRow::setOverruled(const QString& why)
+{
+    if (why == m_overruled)
+        return;
+    m_overruled = why;
+    showState();
+}
+
+// A row that can't act outranks one whose value gives way: red before amber.
+void RuleRow::showState()
+{
+    const QString why = m_incomplete ? m_incompleteWhy : m_overruled;
+    const QString colour = m_incomplete ? QStringLiteral("#c62828") : QStringLiteral("#ef6c00");
+    setToolTip(why);
+    setAccessibleDescription(why);
+    setStyleSheet(why.isEmpty() ? QString()
+                                : QStringLiteral("QFrame#ruleRow { border: 2px solid %1; "
+                                                 "border-radius: 4px; }")
+                                      .arg(colour));
+    setProperty("incomplete", m_incomplete);
+    setProperty("overruled", !m_overruled.isEmpty());
 }
 
 void RuleRow::setEditable(bool editable)

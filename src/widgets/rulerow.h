@@ -28,6 +28,8 @@ public:
     virtual Criteria defaultPath(Criteria prefix, const Criteria& previous) const = 0;
     // A choice in a row changed.
     virtual void notifyRowsChanged() = 0;
+    // A row made its controls anew.
+    virtual void rowControlsChanged() = 0;
     virtual void insertRowAfter(const QWidget* row) = 0;
     virtual void removeRowOf(const QWidget* row) = 0;
 
@@ -51,28 +53,39 @@ public:
     void rebuild();
     void setEditable(bool editable);
     void setIndex(int index);
-    // The path stops before a leaf: something is still to be chosen.
+    // The path stops before a leaf, so something is still to be chosen, or
+    // a criterion of it says why the row can't act.
     bool isIncomplete() const { return m_incomplete; }
+    // An upper row writes the same tag, so this row's value gives way; an
+    // empty text clears it.
+    void setOverruled(const QString& why);
+    bool isOverruled() const { return !m_overruled.isEmpty(); }
 
 private:
     struct Level {
         const Criterion* parent;
         QList<CriterionPtr> choices;
     };
+    void rebuildControls();
     Level levelAt(int level) const;
     QStringList shape() const;
     int selectedIndex(const Level& level, const CriterionPtr& chosen) const;
     void addPopUp(int level, const Level& choices, int selected);
     void addField(int level, TextFieldCriterion* criterion);
     void addLabel(const DisplayValue& value);
+    // Why the row can't act, beside its controls.
+    void addNote(const QString& reason);
     void bindFields();
     void choose(int level, const CriterionPtr& choice);
-    void markIncomplete(bool incomplete);
+    void markIncomplete(bool incomplete, const QString& reason);
+    void showState();
 
     RuleRowHost& m_host;
     Criteria m_criteria;
     int m_index = 0;
     bool m_incomplete = false;
+    QString m_incompleteWhy;
+    QString m_overruled;
     QHBoxLayout* m_controls;
     QToolButton* m_addButton;
     QToolButton* m_removeButton;

@@ -153,9 +153,11 @@ std::optional<QString> MetadataQueue::statusText() const
 std::optional<QString> MetadataQueue::bundleExifToolPath()
 {
     QStringList candidates;
+    // Named, it is used whatever lies there: a write through it then fails
+    // naming it, rather than quietly writing with another exiftool.
     const QString fromEnvironment = qEnvironmentVariable("QUILLBROOK_EXIFTOOL");
     if (!fromEnvironment.isEmpty())
-        candidates << fromEnvironment;
+        return QFileInfo(fromEnvironment).absoluteFilePath();
     if (QCoreApplication::instance()) {
         const QString dir = QCoreApplication::applicationDirPath();
         candidates << dir + QStringLiteral("/exiftool")
@@ -167,6 +169,28 @@ std::optional<QString> MetadataQueue::bundleExifToolPath()
             return info.absoluteFilePath();
     }
     return std::nullopt;
+}
+
+std::optional<Error> MetadataQueue::exiftoolVariableError()
+{
+    const QString named = qEnvironmentVariable("QUILLBROOK_EXIFTOOL");
+    const QFileInfo info(named);
+    if (named.isEmpty() || (info.isFile() && info.isExecutable()))
+        return std::nullopt;
+    Error error;
+    error.domain = QStringLiteral("qb.MetadataQueue");
+    error.code = 1;
+    error.errorDescription = QStringLiteral("QUILLBROOK_EXIFTOOL names no exiftool.");
+    error.failureReason =
+        QStringLiteral("There is no program at \u201c%1\u201d.").arg(info.absoluteFilePath());
+    error.recoverySuggestion = QStringLiteral("Set QUILLBROOK_EXIFTOOL to the exiftool program, "
+                                              "or unset it to use the installed exiftool.");
+    return error;
+}
+
+bool MetadataQueue::isWaitingForWriter() const
+{
+    return m_waitingForWriter;
 }
 
 void MetadataQueue::useBundleExifTool()

@@ -78,10 +78,15 @@ public:
     std::optional<QDateTime> timerFireDate() const { return m_fireDate; }
     // While a write waits for another process's, says so.
     std::optional<QString> statusText() const;
+    // Whether a write waits for another process's to end.
+    bool isWaitingForWriter() const;
 
     // Where the bundled exiftool is: $QUILLBROOK_EXIFTOOL, then beside the
-    // executable, then in ../libexec/quillbrook/.
+    // executable, then in ../libexec/quillbrook/. The variable, when set,
+    // is taken even where no program is.
     static std::optional<QString> bundleExifToolPath();
+    // Why $QUILLBROOK_EXIFTOOL can't be used, when it names no program.
+    static std::optional<Error> exiftoolVariableError();
     void useBundleExifTool();
     void useInstalledExifTool();
     void setExiftoolLocation(const QString& path);

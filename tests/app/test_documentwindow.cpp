@@ -12,7 +12,9 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QUndoStack>
@@ -22,11 +24,6 @@ using namespace qb::testing;
 
 namespace {
 
-const QByteArray titleAndKeywords = R"([
-    {"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}},
-    {"keyName": "Keywords", "destTag": "XMP:Subject",
-     "actions": {"mappers": [{"type": "array", "attributes": {"delimiter": ";"}}]}}])";
-
 class DocumentWindowTest : public WindowTest {
 protected:
     void SetUp() override
@@ -35,14 +32,6 @@ protected:
             makeJpeg(path(name));
     }
     QPushButton& button() const { return *controller().actionButton; }
-    // Waits for the window's write to end; true when it succeeded.
-    bool waitForWrite() const
-    {
-        QSignalSpy finished(&controller(), &ViewController::writeFinished);
-        EXPECT_TRUE(finished.wait(60000));
-        QTest::qWait(0); // the button's posted change
-        return !finished.isEmpty() && finished.front().front().toBool();
-    }
     // Waits for what exiftool's run off the main thread opens.
     template <typename Child>
     Child* waitForChild(const QString& name = {}) const
@@ -236,6 +225,33 @@ TEST_F(DocumentWindowTest, AnImageDocumentEndsWithTheImagePanel)
     ASSERT_TRUE(panel);
     EXPECT_EQ(panel->headerPopUp()->currentText(), "Shot");
     EXPECT_EQ(m_window->document().datasource(), "csvsource");
+}
+
+TEST_F(DocumentWindowTest, AFolderTypedIntoTheImageDialogLeavesNoPopupToEatTheNextClick)
+{
+    openWindow(writePackage(titleAndKeywords));
+    controller().selectImagesAction();
+    auto* dialog = m_window->findChild<QFileDialog*>("imageOpenPanel");
+    ASSERT_TRUE(dialog);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(dialog));
+    auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+    ASSERT_TRUE(name);
+    name->setFocus();
+    // The completion list opens over the window as the folder is typed.
+    QTest::keyClicks(name, path("ima"));
+    QTRY_VERIFY_WITH_TIMEOUT(QApplication::activePopupWidget(), 10000);
+    QTest::keyClicks(name, "ges");
+    QTest::keyClick(name, Qt::Key_Return);
+    QTRY_VERIFY(!dialog->isVisible());
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+    EXPECT_EQ(controller().imageCountLabel->text(), "3 Images");
+
+    // The next click on the window reaches the button it is meant for.
+    QSignalSpy clicked(&button(), &QPushButton::clicked);
+    const QPoint onButton = button().mapTo(m_window, button().rect().center());
+    QTest::mouseClick(m_window->windowHandle(), Qt::LeftButton, {}, onButton);
+    ASSERT_EQ(clicked.count(), 1);
+    EXPECT_TRUE(waitForWrite());
 }
 
 TEST_F(DocumentWindowTest, TheShotListCountsAndSortsTheRows)

@@ -7,12 +7,14 @@
 #include "app/imagewarningviewcontroller.h"
 
 #include "widgets/pathcontrol.h"
+#include "widgets/rulerow.h"
 
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QToolButton>
+#include <QUndoStack>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,9 +23,6 @@ using namespace qb;
 using namespace qb::testing;
 
 namespace {
-
-const QByteArray titleRow =
-    R"([{"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}}])";
 
 class CSVPanelTest : public WindowTest {
 protected:
@@ -59,31 +58,48 @@ TEST_F(CSVPanelTest, ANewDocumentAsksForData)
     EXPECT_TRUE(controller().actionButton->isEnabled());
 }
 
-TEST_F(CSVPanelTest, OtherHeadersAskFirstAndNeitherAnswerImports)
+TEST_F(CSVPanelTest, OtherHeadersAskFirstAndImportRemovesTheRowsUndoably)
 {
     writeFile("reordered.csv", "Keywords,Shot,Title\nx,A1,y\n");
     writeFile("other.csv", "Frame,Caption\nA1,y\n");
+    writeFile("titled.csv", "Frame,Title\nA1,y\n");
     openWindow(writePackage(titleRow));
-    const QStringList saved = panel().settings().keyNames;
+    const auto rows = m_window->document().currentCriteriaRows();
+    QUndoStack& undo = m_window->document().undoStack();
 
     // The same headers in another order are a match: no question.
     panel().importFile(QUrl::fromLocalFile(path("reordered.csv")));
     EXPECT_EQ(panel().settings().currentURL->url, QUrl::fromLocalFile(path("reordered.csv")));
+    EXPECT_EQ(undo.count(), 0) << "the rows didn't change";
 
-    for (const char* answer : {"Import", "Cancel"}) {
-        SCOPED_TRACE(answer);
-        QString asked;
-        answerNextBox(answer, &asked);
-        panel().importFile(QUrl::fromLocalFile(path("other.csv")));
-        EXPECT_EQ(asked, "Continue with import and remove all mappings?");
-        EXPECT_EQ(panel().settings().keyNames, (QStringList{"Keywords", "Shot", "Title"}));
-        EXPECT_EQ(panel().pathControl()->url(), QUrl::fromLocalFile(path("reordered.csv")));
-    }
+    QString asked;
+    answerNextBox("Cancel", &asked);
+    panel().importFile(QUrl::fromLocalFile(path("other.csv")));
+    EXPECT_EQ(asked, "Continue with import and remove all mappings?");
+    EXPECT_EQ(panel().settings().keyNames, (QStringList{"Keywords", "Shot", "Title"}));
+    EXPECT_EQ(panel().pathControl()->url(), QUrl::fromLocalFile(path("reordered.csv")));
+    EXPECT_EQ(m_window->document().currentCriteriaRows(), rows);
 
-    m_preferences.setWarnOnHeaderMismatch(false);
+    answerNextBox("Import");
     panel().importFile(QUrl::fromLocalFile(path("other.csv")));
     EXPECT_EQ(panel().settings().keyNames, (QStringList{"Frame", "Caption"}));
+    EXPECT_TRUE(m_window->document().currentCriteriaRows().empty());
+    EXPECT_EQ(undo.count(), 1);
+
+    // Undo brings the rows back, kept whole though the data lacks their column.
+    undo.undo();
+    EXPECT_EQ(m_window->document().currentCriteriaRows(), rows);
+    ASSERT_EQ(controller().ruleEditor->numberOfRows(), 1);
+    EXPECT_EQ(controller().ruleEditor->rowWidget(0)->accessibleDescription(),
+              "The data has no column \u201cTitle\u201d");
+
+    // Without the question, other headers import at once; the row lives again.
+    m_preferences.setWarnOnHeaderMismatch(false);
+    panel().importFile(QUrl::fromLocalFile(path("titled.csv")));
+    EXPECT_EQ(panel().settings().keyNames, (QStringList{"Frame", "Title"}));
     EXPECT_EQ(panel().headerPopUp()->currentText(), "Frame");
+    EXPECT_FALSE(controller().ruleEditor->rowWidget(0)->isIncomplete());
+    EXPECT_EQ(m_window->document().currentCriteriaRows(), rows);
 }
 
 TEST_F(CSVPanelTest, AFileThatIsNotCSVIsReportedAndChangesNothing)

@@ -8,6 +8,8 @@
 #include "app/updater.h"
 #include "preferences/preferences.h"
 
+#include <QAbstractButton>
+#include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
@@ -124,6 +126,64 @@ TEST_F(PreferencesWindowTest, ControlsWriteThePreferences)
     find<QCheckBox>("presentDialogueOnSuccess")->click();
     EXPECT_FALSE(m_preferences.warnOnHeaderMismatch());
     EXPECT_TRUE(m_preferences.presentDialogueOnSuccess());
+}
+
+// What a screen reader does: the control's own accessibility action.
+void toggleAsAScreenReaderDoes(QWidget* control)
+{
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(control);
+    ASSERT_TRUE(accessible && accessible->actionInterface());
+    const QString toggle = QAccessibleActionInterface::toggleAction();
+    ASSERT_TRUE(accessible->actionInterface()->actionNames().contains(toggle));
+    accessible->actionInterface()->doAction(toggle);
+}
+
+TEST_F(PreferencesWindowTest, EveryControlFollowsItsAccessibilityAction)
+{
+    m_window.showPreferences();
+    auto* sidecarName = find<QComboBox>("sidecarNamePopUp");
+    const struct {
+        const char* control;
+        int page;
+        const char* setting; // the preference, by its property name
+        QVariant after;
+        QString description; // of the write method, when it is one
+    } controls[] = {
+        {"writeMethodXMP", 0, "writeMethodValue", 1, xmp},
+        {"writeMethodCaptureOne", 0, "writeMethodValue", 2, captureOne},
+        {"writeMethodDirect", 0, "writeMethodValue", 0, direct},
+        {"keepWriteJournal", 0, "keepWriteJournal", false, {}},
+        {"emptyCellsClear", 0, "emptyCellsClear", true, {}},
+        {"warnOnHeaderMismatch", 0, "warnOnHeaderMismatch", false, {}},
+        {"presentDialogueOnSuccess", 0, "presentDialogueOnSuccess", true, {}},
+        {"includeBetaReleases", 1, "includeBetaReleases", false, {}},
+    };
+    for (const auto& c : controls) {
+        SCOPED_TRACE(c.control);
+        m_window.showPage(c.page);
+        auto* button = find<QAbstractButton>(c.control);
+        toggleAsAScreenReaderDoes(button);
+        // A radio button is checked by its action; a check box flips.
+        EXPECT_EQ(button->isChecked(), c.description.isEmpty() ? c.after.toBool() : true);
+        EXPECT_EQ(m_preferences.property(c.setting), c.after);
+        if (!c.description.isEmpty()) {
+            EXPECT_EQ(description(), c.description);
+            // The name of sidecars is only chosen for sidecars.
+            EXPECT_EQ(sidecarName->isEnabled(), c.after == 1);
+        }
+    }
+    EXPECT_TRUE(m_updater.feedURL().path().endsWith("/releases/appcast.xml"));
+
+    // The popup and the number follow a change made in code, as an
+    // assistive tool's value change is.
+    m_window.showPage(0);
+    sidecarName->setCurrentIndex(1);
+    EXPECT_EQ(m_preferences.sidecarNaming(), SidecarNaming::nameWithExtension);
+    QAccessibleInterface* jobs =
+        QAccessible::queryAccessibleInterface(find<QSpinBox>("writeJobsField"));
+    ASSERT_TRUE(jobs && jobs->valueInterface());
+    jobs->valueInterface()->setCurrentValue(3);
+    EXPECT_EQ(m_preferences.writeJobs(), 3);
 }
 
 TEST_F(PreferencesWindowTest, TheSidecarNameIsChosenBesideTheXmpMethod)

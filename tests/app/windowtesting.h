@@ -12,6 +12,7 @@
 #include "extensions/notificationcenter.h"
 
 #include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
 #include <QFile>
 #include <QJsonArray>
@@ -19,6 +20,7 @@
 #include <QJsonObject>
 #include <QMessageBox>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -26,6 +28,21 @@
 #include <gtest/gtest.h>
 
 namespace qb::testing {
+
+// Rule rows of the packages the window tests write: the title as it is, and
+// the keywords split at semicolons.
+inline const QByteArray titleRow =
+    R"([{"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}}])";
+inline const QByteArray titleAndKeywords = R"([
+    {"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}},
+    {"keyName": "Keywords", "destTag": "XMP:Subject",
+     "actions": {"mappers": [{"type": "array", "attributes": {"delimiter": ";"}}]}}])";
+
+// What a screen reader reads as the control's name.
+inline QString spokenName(QWidget* widget)
+{
+    return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name);
+}
 
 // Nothing beyond the window is needed by these tests.
 class NoApplicationActions final : public ApplicationActions {
@@ -113,6 +130,15 @@ protected:
     }
 
     ViewController& controller() const { return m_window->viewController(); }
+
+    // Waits for the window's write to end; true when it succeeded.
+    bool waitForWrite() const
+    {
+        QSignalSpy finished(&controller(), &ViewController::writeFinished);
+        EXPECT_TRUE(finished.wait(120000));
+        QTest::qWait(0); // the posted end of the work
+        return !finished.isEmpty() && finished.front().front().toBool();
+    }
 
     // Answers the next modal box with the button of `text`, once it is up.
     static void answerNextBox(const QString& text, QString* seen = nullptr)

@@ -323,7 +323,11 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(GoneCase{{}, false, "was removed"},
                       GoneCase{{}, true, "was moved or renamed"},
                       GoneCase{{"--poll", "0.2"}, false, "was removed, moved or renamed"},
-                      GoneCase{{"--poll", "0.2"}, true, "was removed, moved or renamed"}));
+                      GoneCase{{"--poll", "0.2"}, true, "was removed, moved or renamed"}),
+    [](const ::testing::TestParamInfo<GoneCase>& info) {
+        return std::string(info.param.renamed ? "Renamed" : "Removed") +
+               (info.param.options.isEmpty() ? "WithNotices" : "WhilePolling");
+    });
 
 TEST_F(WatchTest, ASessionNamesOddNamesReadsCorrectedRowsAndCanBeUndone)
 {

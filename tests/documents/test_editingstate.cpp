@@ -3,7 +3,11 @@
 
 #include "documenttesthelpers.h"
 
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
+
+#include <functional>
 
 using namespace qb;
 using qb::test::LogCapture;
@@ -62,6 +66,48 @@ TEST(EditingState, OneUndoPutsTheWholeRowListBack)
     EXPECT_EQ(changes, 6);
     EXPECT_EQ(log.lines(), QStringList(6, "Setting document criteria and registering undo"));
     EXPECT_EQ(edited, (std::vector<bool>{true, false, true}));
+}
+
+TEST(EditingState, OnlyTheUsersChangeOfSettingsMarksTheDocumentUntilSaved)
+{
+    QTemporaryDir folder;
+    MappingsDoc document;
+    std::vector<bool> edited;
+    QObject::connect(&document, &MappingsDoc::documentEditedChanged,
+                     [&](bool value) { edited.push_back(value); });
+    const auto settings = [](const char* json) {
+        return FileWrapper::regularFile(json, "csv.json");
+    };
+    using Origin = MappingsDoc::ChangeOrigin;
+    const struct {
+        const char* what;
+        std::function<void()> change;
+        bool marks;
+    } steps[] = {
+        {"the window sets up its panel", [&] { document.setDatasourceWrapper(settings("{}")); },
+         false},
+        {"the window names its panel", [&] { document.setDatasource("imagesource"); }, false},
+        {"the user stores the same settings",
+         [&] { document.setDatasourceWrapper(settings("{}"), Origin::user); }, false},
+        {"the user changes the settings",
+         [&] { document.setDatasourceWrapper(settings("{\"a\": 1}"), Origin::user); }, true},
+        {"the user switches the panel", [&] { document.setDatasource("csvsource", Origin::user); },
+         true},
+    };
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.what);
+        step.change();
+        EXPECT_EQ(document.isDocumentEdited(), step.marks);
+        EXPECT_EQ(document.undoStack().count(), 0) << "settings aren't undone";
+        ASSERT_TRUE(document.saveAs(folder.filePath("doc")).has_value());
+        EXPECT_FALSE(document.isDocumentEdited());
+    }
+    // A rows change and an undo of it leave the settings' mark alone.
+    document.setDatasourceWrapper(settings("{\"a\": 2}"), Origin::user);
+    document.setCriteria(qb::test::sampleRows());
+    document.undoStack().undo();
+    EXPECT_TRUE(document.isDocumentEdited());
+    EXPECT_EQ(edited, (std::vector<bool>{true, false, true, false, true}));
 }
 
 TEST(EditingState, ReadingMakesNoUndoStepsAndBlocksToggling)

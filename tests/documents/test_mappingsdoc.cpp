@@ -260,6 +260,21 @@ TEST_F(MappingsDocFiles, UnresolvableBookmarkDropsThePanelSettingsButNotTheDocum
     // The document holds the member as it was and writes it back unchanged.
     ASSERT_TRUE(document->save().has_value());
     EXPECT_EQ(readFile(path("doc.qbmap/datasource/csv.json")), saved);
+
+    // A panel keeps the columns and the reference itself, which it writes
+    // back as it was while no other file is chosen.
+    const auto kept = document->readCsvSettings();
+    ASSERT_TRUE(kept && *kept);
+    EXPECT_EQ((*kept)->settings.keyNames, QStringList{"Shot"});
+    EXPECT_FALSE((*kept)->settings.currentURL);
+    EXPECT_TRUE((*kept)->unresolvedFile);
+    CSVDatasourceSettings restyled = (*kept)->settings;
+    restyled.selectedMatchStyle = 4;
+    writeFile(path("shoot.csv"), "Shot\n");
+    const auto back = CSVDatasourceSettings::decode(*restyled.fileWrapper()->regularFileContents());
+    ASSERT_TRUE(back.has_value());
+    EXPECT_EQ(back->currentURL->url, QUrl::fromLocalFile(path("shoot.csv")));
+    EXPECT_EQ(back->selectedMatchStyle, 4);
 }
 
 TEST_F(MappingsDocFiles, SamplePackageFindsItsCSVBesideIt)

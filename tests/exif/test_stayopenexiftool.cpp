@@ -155,13 +155,20 @@ TEST(ChildProcesses, EachHasItsOwnGroupAndTheDescriptorsHandedDown)
     const QString script = folder.filePath("self");
     QFile file(script);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    // Answers as exiftool would, the long-lived one's first request too.
+    // Answers as exiftool would, the long-lived one's first request too,
+    // which it reads whole first and stays after: had it left at once, the
+    // request could meet a closed pipe, and the test fail now and then.
     file.write("#!/bin/sh\n"
                "mode=$1\n"
+               "if [ \"$mode\" = -stay_open ]; then\n"
+               "  while read -r line && [ \"${line#-execute}\" = \"$line\" ]; do :; done\n"
+               "fi\n"
                "set -- $(cat /proc/$$/stat)\n"
                "echo \"$1 $5\"\n"
                "for fd in /proc/$$/fd/*; do readlink $fd; done\n"
-               "if [ \"$mode\" = -stay_open ]; then echo '{ready1}'; echo '{ready1 0}' >&2; fi\n");
+               "if [ \"$mode\" = -stay_open ]; then\n"
+               "  echo '{ready1}'; echo '{ready1 0}' >&2; exec cat >/dev/null\n"
+               "fi\n");
     file.close();
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 

@@ -120,7 +120,9 @@ TEST_F(ImageDataSourceTest, ReadsJpegsWithTheRealExiftool)
     EXPECT_EQ(*outcome, "Imorted 2 images"); // the two A1 images make one row
     ASSERT_EQ(images.keys(), QStringList({"A1", "B 2"}));
 
-    const MetadataRow& row = images.metadata().at("B 2");
+    // The table is made on each call: the row is kept from a copy of it.
+    const auto table = images.metadata();
+    const MetadataRow& row = table.at("B 2");
     EXPECT_EQ(row.at("SourceFile"), path("shots/B 2.jpg"));
     EXPECT_EQ(row.at("File:FileName"), "B 2.jpg");
     EXPECT_EQ(row.at("File:ImageWidth"), 16); // numbers come without print conversion

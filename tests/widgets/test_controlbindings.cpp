@@ -26,7 +26,7 @@ public:
 struct BindingCase {
     const char* name;
     QVariant initial;
-    // Makes the control and its binding, then acts on the control as a user would.
+    // Makes the control and its binding, then changes the control.
     std::function<QWidget*(Model&)> bind;
     std::function<void(QWidget*)> act;
     QVariant expected; // invalid: the model holds no value
@@ -40,11 +40,10 @@ QComboBox* combo(bool editable)
     return box;
 }
 
-void activate(QWidget* widget, int index)
+// A change of the current item is a choice, however it is made.
+void choose(QWidget* widget, int index)
 {
-    auto* box = static_cast<QComboBox*>(widget);
-    box->setCurrentIndex(index);
-    emit box->activated(index);
+    static_cast<QComboBox*>(widget)->setCurrentIndex(index);
 }
 
 const QStringList items = {"(none)", "a", "b"};
@@ -66,12 +65,8 @@ std::vector<BindingCase> cases()
              new CheckboxBinding(box, &m, "value");
              return box;
          },
-         [](QWidget* w) {
-             auto* box = static_cast<QCheckBox*>(w);
-             box->setCheckState(Qt::PartiallyChecked);
-             emit box->clicked(true);
-         },
-         true, true},
+         [](QWidget* w) { static_cast<QCheckBox*>(w)->setCheckState(Qt::PartiallyChecked); }, true,
+         true},
         {"popup_first_item_is_nil", "b",
          [](Model& m) {
              QComboBox* box = combo(false);
@@ -79,21 +74,21 @@ std::vector<BindingCase> cases()
              EXPECT_EQ(box->currentText(), "b");
              return box;
          },
-         [](QWidget* w) { activate(w, 0); }, QVariant(), true},
+         [](QWidget* w) { choose(w, 0); }, QVariant(), true},
         {"popup_title", QVariant(),
          [](Model& m) {
              QComboBox* box = combo(false);
              new PopUpBinding(box, &m, "value", items, true);
              return box;
          },
-         [](QWidget* w) { activate(w, 1); }, "a", true},
+         [](QWidget* w) { choose(w, 1); }, "a", true},
         {"combo_first_item_is_nil", "a",
          [](Model& m) {
              QComboBox* box = combo(true);
              new ComboBoxBinding(box, &m, "value", items, true);
              return box;
          },
-         [](QWidget* w) { activate(w, 0); }, QVariant(), true},
+         [](QWidget* w) { choose(w, 0); }, QVariant(), true},
         {"combo_typed_text", QVariant(),
          [](Model& m) {
              QComboBox* box = combo(true);

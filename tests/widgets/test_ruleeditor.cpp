@@ -10,6 +10,7 @@
 #include "extensions/notificationcenter.h"
 
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QStandardItemModel>
 #include <QTest>
@@ -122,11 +123,8 @@ TEST_F(RuleEditorTest, AnEditInASharedFieldShowsInEveryRow)
 {
     const auto date = std::make_shared<DateMapper>("yyyy");
     for (int i = 0; i < 2; ++i) {
-        const auto row = rowForMapping(MetadataMapping("Caption", "XMP:Title", {date}), i,
-                                       m_delegate.sourceTagCriteria);
-        ASSERT_TRUE(row);
-        m_editor.addRow();
-        m_editor.setCriteria(i, *row);
+        m_editor.addRow(rowForMapping(MetadataMapping("Caption", "XMP:Title", {date}), i,
+                                      m_delegate.sourceTagCriteria));
     }
     auto* first = m_editor.rowWidget(0)->findChild<QLineEdit*>("dateFormatField");
     auto* second = m_editor.rowWidget(1)->findChild<QLineEdit*>("dateFormatField");
@@ -143,11 +141,8 @@ TEST_F(RuleEditorTest, AnEditInASharedFieldShowsInEveryRow)
 
 TEST_F(RuleEditorTest, UnfinishedRowsAreMarkedUntilADestinationIsChosen)
 {
-    const auto row =
-        rowForMapping(MetadataMapping("Caption", "EXIF:Artist"), 0, m_delegate.sourceTagCriteria);
-    ASSERT_TRUE(row);
-    m_editor.addRow();
-    m_editor.setCriteria(0, *row);
+    m_editor.addRow(
+        rowForMapping(MetadataMapping("Caption", "EXIF:Artist"), 0, m_delegate.sourceTagCriteria));
     RuleRow* widget = m_editor.rowWidget(0);
     EXPECT_TRUE(widget->isIncomplete());
     EXPECT_EQ(widget->toolTip(), "Choose a destination field");
@@ -157,6 +152,26 @@ TEST_F(RuleEditorTest, UnfinishedRowsAreMarkedUntilADestinationIsChosen)
     choose(0, "destinationPopUp", "Creator");
     EXPECT_FALSE(m_editor.rowWidget(0)->isIncomplete());
     EXPECT_EQ(mapping(0)->destTag, "XMP:Creator");
+
+    // A saved row whose column the data lacks reads as its sentence, says
+    // why it can't act, and is read back whole; also with no columns at all.
+    const MetadataMapping away("Shot Date", "XMP:Title", {std::make_shared<DateMapper>("yyyy")});
+    for (const QStringList& columns : {QStringList{"Caption"}, QStringList{}}) {
+        SCOPED_TRACE(columns.join(',').toStdString());
+        m_delegate.sourceTagCriteria = makeSourceTagCriteria(columns, &m_center);
+        m_editor.addRow(rowForMapping(away, 1, m_delegate.sourceTagCriteria));
+        const int last = m_editor.numberOfRows() - 1;
+        RuleRow* kept = m_editor.rowWidget(last);
+        EXPECT_TRUE(kept->isIncomplete());
+        EXPECT_EQ(kept->accessibleDescription(), "The data has no column \u201cShot Date\u201d");
+        QStringList shown;
+        for (const QLabel* label : kept->findChildren<QLabel*>())
+            shown << label->text();
+        EXPECT_EQ(shown, (QStringList{"Shot Date \u25b8 convert to date \u25b8 Title",
+                                      "The data has no column \u201cShot Date\u201d"}));
+        EXPECT_TRUE(kept->findChildren<QComboBox*>().isEmpty());
+        EXPECT_EQ(mapping(last), away);
+    }
 }
 
 TEST_F(RuleEditorTest, RowsAreAddedMovedAndRemoved)
