@@ -61,7 +61,7 @@ struct AssignOptions : WriteOptions {
         QStringLiteral("Write each column whose header is a tag exiftool can write (Title, "
                        "XMP-dc:Subject...) into that tag, list tags split at \", \", as "
                        "exiftool -csv writes them; after the rows of --mappings or --document, "
-                       "if given.")};
+                       "if given, leaving out tags those rows write already.")};
     QCommandLineOption jobs{QStringLiteral("jobs"),
                             QStringLiteral("How many exiftool processes a large batch is split "
                                            "across; 0 means one per core (default: the "
@@ -363,7 +363,7 @@ chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
         auto rules = rulesOfColumns(source.dataSource->keyNames(), exiftool, streams);
         if (!rules)
             return std::unexpected(rules.error());
-        mappings->insert(mappings->end(), rules->begin(), rules->end());
+        *mappings = withColumnRules(std::move(*mappings), *rules);
     }
     for (const QString& warning : overruledRuleWarnings(*mappings))
         printError(streams, warning);

@@ -12,7 +12,6 @@
 #include "writing/metadataqueue.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QThread>
 
 namespace qb::cli {
@@ -146,10 +145,8 @@ std::expected<void, QString> readOptions(const QCommandLineParser& parser,
     }
     if (parser.isSet(options.keyTag)) {
         // Handed to exiftool as "-TAG": a name, never an option of its own.
-        static const QRegularExpression tagName(
-            QStringLiteral("^[A-Za-z0-9_][A-Za-z0-9_-]*(:[A-Za-z0-9_][A-Za-z0-9_-]*)*$"));
         const QString tag = parser.value(options.keyTag);
-        if (!tagName.match(tag).hasMatch())
+        if (!isTagName(tag))
             return std::unexpected(QStringLiteral("--key-tag takes a tag name such as "
                                                   "EXIF:SerialNumber, not '%1'")
                                        .arg(tag));
@@ -203,7 +200,7 @@ std::expected<void, ExitStatus> readImageKeys(FileNameDataSource& source, const 
         printError(streams, keys.error());
         return std::unexpected(ExitStatus::failure);
     }
-    source.setTagKeys(std::move(*keys));
+    source.addTagKeys(images, *keys);
     return {};
 }
 

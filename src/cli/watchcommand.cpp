@@ -230,7 +230,7 @@ private:
             return keys.error().message();
         if (keys->isEmpty())
             return QStringLiteral("has no %1").arg(*source.keyTag());
-        source.setTagKeys(std::move(*keys));
+        source.addTagKeys({QUrl::fromLocalFile(path)}, *keys);
         return std::nullopt;
     }
 

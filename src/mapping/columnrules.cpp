@@ -3,6 +3,7 @@
 
 #include "mapping/valuemappers.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qb {
@@ -34,6 +35,18 @@ std::vector<std::shared_ptr<const ValueMapper>> listSplitting()
             std::make_shared<ArrayMapper>(separator)};
 }
 
+// Whether two tags as written name one tag: the same name, and the same
+// groups where both give them ("Title" is "XMP:Title" to the user).
+bool sameTag(const QString& one, const QString& other)
+{
+    const qsizetype oneColon = one.lastIndexOf(QLatin1Char(':'));
+    const qsizetype otherColon = other.lastIndexOf(QLatin1Char(':'));
+    if (one.mid(oneColon + 1).compare(other.mid(otherColon + 1), Qt::CaseInsensitive) != 0)
+        return false;
+    return oneColon < 0 || otherColon < 0 ||
+           one.left(oneColon).compare(other.left(otherColon), Qt::CaseInsensitive) == 0;
+}
+
 } // namespace
 
 ColumnRules columnRules(const QStringList& headers, const WritableTags& tags)
@@ -52,6 +65,19 @@ ColumnRules columnRules(const QStringList& headers, const WritableTags& tags)
                                     : std::vector<std::shared_ptr<const ValueMapper>>{});
     }
     return made;
+}
+
+std::vector<MetadataMapping> withColumnRules(std::vector<MetadataMapping> rows,
+                                             const std::vector<MetadataMapping>& made)
+{
+    for (const MetadataMapping& rule : made) {
+        const bool written = std::any_of(rows.begin(), rows.end(), [&rule](const auto& row) {
+            return sameTag(row.destTag, rule.destTag);
+        });
+        if (!written)
+            rows.push_back(rule);
+    }
+    return rows;
 }
 
 } // namespace qb

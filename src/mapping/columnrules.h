@@ -30,4 +30,10 @@ struct ColumnRules {
 // exiftool's own import.
 ColumnRules columnRules(const QStringList& headers, const WritableTags& tags);
 
+// `rows` followed by those of `made` that write a tag no row writes yet, so
+// that making the rules again adds nothing and a rule the user set stands.
+// A tag without groups is the same as that name in any group.
+std::vector<MetadataMapping> withColumnRules(std::vector<MetadataMapping> rows,
+                                             const std::vector<MetadataMapping>& made);
+
 } // namespace qb

@@ -56,6 +56,31 @@ void FileNameDataSource::setKeyTag(std::optional<QString> tag)
 {
     m_keyTag = std::move(tag);
     m_tagKeys.clear();
+    m_keysRead.clear();
+}
+
+void FileNameDataSource::addTagKeys(const QList<QUrl>& read, const QHash<QUrl, QString>& values)
+{
+    for (const QUrl& url : read) {
+        m_keysRead.insert(url);
+        m_tagKeys.remove(url);
+    }
+    m_tagKeys.insert(values);
+}
+
+QList<QUrl> FileNameDataSource::imagesToReadKeysOf(const QList<QUrl>& images) const
+{
+    QList<QUrl> unread;
+    if (!m_keyTag || m_matchingStyle == MatchingStyle::path)
+        return unread;
+    QSet<QUrl> seen;
+    for (const QUrl& url : images) {
+        if (!m_keysRead.contains(url) && !seen.contains(url)) {
+            seen.insert(url);
+            unread << url;
+        }
+    }
+    return unread;
 }
 
 std::optional<QString> FileNameDataSource::subjectOf(const QUrl& url) const

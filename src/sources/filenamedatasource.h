@@ -7,6 +7,7 @@
 #include "mapping/metadatasource.h"
 
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -43,9 +44,13 @@ public:
     // the name. Setting it forgets the values read before.
     const std::optional<QString>& keyTag() const { return m_keyTag; }
     void setKeyTag(std::optional<QString> tag);
-    // The key tag's values as read from the images; an image without one
-    // matches no row.
-    void setTagKeys(QHash<QUrl, QString> values) { m_tagKeys = std::move(values); }
+    // Adds the key tag's values as read from the images `read`; an image
+    // without one matches no row. Each image is read once while the tag
+    // stays, also when a window's images change.
+    void addTagKeys(const QList<QUrl>& read, const QHash<QUrl, QString>& values);
+    // Of `images`, those whose key tag hasn't been read since the tag was
+    // set; none when the images are keyed by name or path.
+    QList<QUrl> imagesToReadKeysOf(const QList<QUrl>& images) const;
 
     // What an image is matched by, in canonical form: its path under the
     // path style, else the key tag's value or its name. Nothing for an image
@@ -81,6 +86,7 @@ private:
     QString m_keyFolder;
     std::optional<QString> m_keyTag;
     QHash<QUrl, QString> m_tagKeys;
+    QSet<QUrl> m_keysRead;
 };
 
 // A field takes its value from the first row that has something to say; a

@@ -48,7 +48,9 @@ MatchFindings MatchFindings::find(const FileNameDataSource& source, const QList<
     const std::vector<std::vector<qsizetype>> matching = source.matchingRows(images);
     qsizetype matchedByEmptyKey = 0;
     QSet<QUrl> told;
-    QSet<QUrl> withoutKey;
+    // An image whose tag is still being read isn't without one yet.
+    const QList<QUrl> unread = source.imagesToReadKeysOf(images);
+    QSet<QUrl> withoutKey(unread.begin(), unread.end());
     std::vector<bool> matched(std::size_t(byPath ? rows.size() : 0));
     for (qsizetype image = 0; image < images.size(); ++image) {
         const QUrl& url = images[image];

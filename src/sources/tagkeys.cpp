@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tagkeys.h"
 
+#include <QRegularExpression>
+
 namespace qb {
 
 namespace {
@@ -17,6 +19,13 @@ QString keyText(const DynamicValue& value)
 }
 
 } // namespace
+
+bool isTagName(const QString& tag)
+{
+    static const QRegularExpression name(
+        QStringLiteral("^[A-Za-z0-9_][A-Za-z0-9_-]*(:[A-Za-z0-9_][A-Za-z0-9_-]*)*$"));
+    return name.match(tag).hasMatch();
+}
 
 QHash<QUrl, QString> tagKeysOf(const CurrentValues& values, const QList<QUrl>& images,
                                const QString& tag)

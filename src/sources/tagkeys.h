@@ -21,6 +21,10 @@ namespace qb {
 std::expected<QHash<QUrl, QString>, Error>
 readTagKeys(const ExifTool& exiftool, const QList<QUrl>& images, const QString& tag, int parts = 1);
 
+// Whether `tag` is a tag name exiftool takes as one ("EXIF:SerialNumber",
+// "Title"), and so can never be read as an option of its own ("-all=").
+bool isTagName(const QString& tag);
+
 // The same from values already read, each image's under the tag's name.
 QHash<QUrl, QString> tagKeysOf(const CurrentValues& values, const QList<QUrl>& images,
                                const QString& tag);

@@ -76,4 +76,18 @@ TEST(ColumnRules, EachColumnNamedAfterAWritableTagWritesItAndListsSplitAsExiftoo
     }
 }
 
+TEST(ColumnRules, MakingThemAgainAddsOnlyTagsNoRowWritesYet)
+{
+    const ColumnRules made = columnRules({"Title", "XMP-dc:Subject"}, someTags());
+    // The user's own Title rule, from another column, stands; a Subject in
+    // another group is another tag.
+    const std::vector<MetadataMapping> own = {MetadataMapping("Caption", "XMP:title"),
+                                              MetadataMapping("Tags", "IPTC:Subject")};
+    const auto once = withColumnRules(own, made.rules);
+    ASSERT_EQ(once.size(), 3u);
+    EXPECT_EQ(once[0].keyName, "Caption");
+    EXPECT_EQ(once[2].destTag, "XMP-dc:Subject");
+    EXPECT_EQ(withColumnRules(once, made.rules), once);
+}
+
 } // namespace

@@ -281,6 +281,11 @@ TEST(MatchFindings, TellWhatTiesRowsToImagesOddlyWithASummaryBeyondAHandful)
         source.setMatchingStyle(c.style);
         source.setKeyFolder("/data");
         source.setKeyTag(c.keyTag);
+        // An image is without the tag once it was read; before, it is waited for.
+        if (c.keyTag) {
+            EXPECT_TRUE(MatchFindings::find(source, c.images).isEmpty());
+        }
+        source.addTagKeys(c.images, {});
         const MatchFindings findings = MatchFindings::find(source, c.images);
         EXPECT_EQ(findings.lines(), c.lines);
         EXPECT_EQ(findings.isEmpty(), c.lines.isEmpty());
@@ -372,7 +377,7 @@ TEST(MatchingStyles, ATagsValueStandsForTheNameUnderEveryStyle)
         FileNameDataSource source(table);
         source.setMatchingStyle(c.style);
         source.setKeyTag("EXIF:SerialNumber");
-        source.setTagKeys({{hundred, "SN-100"}, {two, "SN-2"}});
+        source.addTagKeys({hundred, two, untagged}, {{hundred, "SN-100"}, {two, "SN-2"}});
         EXPECT_EQ(matchedKeys(source, hundred), c.hundred);
         EXPECT_EQ(matchedKeys(source, two), c.two);
         EXPECT_EQ(matchedKeys(source, untagged), QStringList());
@@ -381,6 +386,28 @@ TEST(MatchingStyles, ATagsValueStandsForTheNameUnderEveryStyle)
         source.setKeyTag("IPTC:ObjectName");
         EXPECT_EQ(matchedKeys(source, hundred), QStringList());
     }
+}
+
+TEST(MatchingStyles, EachImagesTagIsReadOnceUntilTheTagChanges)
+{
+    FileNameDataSource source(MetadataTable{{"SN-100", {{"Credit", DynamicValue("hundred")}}}});
+    const QUrl a = image("/s/a.jpg");
+    const QUrl b = image("/s/b.jpg");
+    const QUrl untagged = image("/s/c.jpg");
+    EXPECT_TRUE(source.imagesToReadKeysOf({a}).isEmpty()); // keyed by name
+    source.setKeyTag("EXIF:SerialNumber");
+    EXPECT_EQ(source.imagesToReadKeysOf({a, b, a}), QList<QUrl>({a, b}));
+    source.addTagKeys({a, untagged}, {{a, "SN-100"}});
+    EXPECT_EQ(source.imagesToReadKeysOf({a, b, untagged}), QList<QUrl>({b}));
+    EXPECT_EQ(matchedKeys(source, a), QStringList({"SN-100"}));
+    // Read again, an image that lost its tag matches nothing.
+    source.addTagKeys({a}, {});
+    EXPECT_EQ(matchedKeys(source, a), QStringList());
+    source.setMatchingStyle(Style::path);
+    EXPECT_TRUE(source.imagesToReadKeysOf({b}).isEmpty());
+    source.setMatchingStyle(Style::equals);
+    source.setKeyTag("IPTC:ObjectName");
+    EXPECT_EQ(source.imagesToReadKeysOf({a, untagged}), QList<QUrl>({a, untagged}));
 }
 
 } // namespace
