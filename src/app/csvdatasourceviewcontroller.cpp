@@ -379,6 +379,9 @@ bool CSVDataSourceViewController::importFile(const QUrl& url, Import how)
     }
     showEncodingNote();
     showSheets();
+    // The file read is the one shown, however it was chosen.
+    if (m_pathControl)
+        m_pathControl->setUrl(url);
 
     const QStringList newNames = m_csvDataSource->keyNames();
     const QStringList oldSorted = sorted(m_settings.keyNames);
