@@ -2,6 +2,7 @@
 #include "csvdatasourceviewcontroller.h"
 
 #include "app/errorpresenter.h"
+#include "app/imagekeypopup.h"
 #include "app/matchingstylepopup.h"
 
 #include "widgets/pathcontrol.h"
@@ -39,14 +40,25 @@ const QString noColumns = QStringLiteral("Select a CSV Above");
 
 using FieldDelimiter = CSVDataSource::FieldDelimiter;
 
-QComboBox* makeDelimiterPopUp(QWidget* parent)
+// A popup read by its current item on Linux: the description says what it
+// chooses.
+QComboBox* namedPopUp(QWidget* parent, const QString& objectName, const QString& name,
+                      const QString& toolTip)
 {
     auto* popUp = new QComboBox(parent);
-    popUp->setObjectName(QStringLiteral("delimiterPopUp"));
-    popUp->setAccessibleName(QStringLiteral("Field delimiter"));
-    popUp->setAccessibleDescription(popUp->accessibleName());
-    popUp->setToolTip(QStringLiteral("What separates the fields of the CSV file. Automatic "
-                                     "takes the one that splits the header line most."));
+    popUp->setObjectName(objectName);
+    popUp->setAccessibleName(name);
+    popUp->setAccessibleDescription(name);
+    popUp->setToolTip(toolTip);
+    return popUp;
+}
+
+QComboBox* makeDelimiterPopUp(QWidget* parent)
+{
+    auto* popUp =
+        namedPopUp(parent, QStringLiteral("delimiterPopUp"), QStringLiteral("Field delimiter"),
+                   QStringLiteral("What separates the fields of the CSV file. Automatic "
+                                  "takes the one that splits the header line most."));
     const std::pair<const char*, FieldDelimiter> items[] = {
         {"Comma", FieldDelimiter::comma},
         {"Semicolon", FieldDelimiter::semicolon},
@@ -60,24 +72,8 @@ QComboBox* makeDelimiterPopUp(QWidget* parent)
 
 QComboBox* makeSheetPopUp(QWidget* parent)
 {
-    auto* popUp = new QComboBox(parent);
-    popUp->setObjectName(QStringLiteral("sheetPopUp"));
-    popUp->setAccessibleName(QStringLiteral("Sheet"));
-    popUp->setAccessibleDescription(popUp->accessibleName());
-    popUp->setToolTip(QStringLiteral("The sheet of the spreadsheet the rows come from."));
-    popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    return popUp;
-}
-
-QComboBox* makeImageKeyPopUp(QWidget* parent)
-{
-    auto* popUp = new QComboBox(parent);
-    popUp->setObjectName(QStringLiteral("imageKeyPopUp"));
-    popUp->setAccessibleName(QStringLiteral("Key compared with"));
-    popUp->setAccessibleDescription(popUp->accessibleName());
-    popUp->setToolTip(QStringLiteral("What of each image the key column is compared with: its "
-                                     "file name, or the value of a tag it carries, such as a "
-                                     "job number or a camera\u2019s serial number."));
+    auto* popUp = namedPopUp(parent, QStringLiteral("sheetPopUp"), QStringLiteral("Sheet"),
+                             QStringLiteral("The sheet of the spreadsheet the rows come from."));
     popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     return popUp;
 }
@@ -525,24 +521,10 @@ void CSVDataSourceViewController::showSheets()
     m_form->setRowVisible(m_delimiterRow, !sheets);
 }
 
-namespace {
-
-// The item that asks for a tag, told apart from a tag by holding none.
-const QString otherTagTitle = QStringLiteral("image\u2019s <tag>\u2026");
-
-} // namespace
-
 void CSVDataSourceViewController::showImageKey()
 {
-    if (!m_imageKeyPopUp)
-        return;
-    const QSignalBlocker quiet(m_imageKeyPopUp);
-    m_imageKeyPopUp->clear();
-    m_imageKeyPopUp->addItem(QStringLiteral("image name"), QString());
-    if (const auto& tag = m_settings.keyTag)
-        m_imageKeyPopUp->addItem(QStringLiteral("image\u2019s %1").arg(*tag), *tag);
-    m_imageKeyPopUp->addItem(otherTagTitle);
-    m_imageKeyPopUp->setCurrentIndex(m_settings.keyTag ? 1 : 0);
+    if (m_imageKeyPopUp)
+        qb::showImageKey(*m_imageKeyPopUp, m_settings.keyTag);
 }
 
 void CSVDataSourceViewController::imageKeySelect()
@@ -558,17 +540,8 @@ void CSVDataSourceViewController::imageKeySelect()
 
 void CSVDataSourceViewController::chooseKeyTag()
 {
-    auto* dialog = new QInputDialog(m_imageKeyPopUp->window());
-    dialog->setObjectName(QStringLiteral("keyTagDialog"));
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowModality(Qt::WindowModal);
-    dialog->setWindowTitle(QStringLiteral("Key Tag"));
-    dialog->setLabelText(QStringLiteral("The tag whose value in each image the key column is "
-                                        "compared with, such as EXIF:SerialNumber or "
-                                        "XMP-photoshop:TransmissionReference:"));
-    dialog->setTextValue(m_settings.keyTag.value_or(QString()));
-    if (auto* field = dialog->findChild<QLineEdit*>())
-        field->setAccessibleName(QStringLiteral("Key tag"));
+    QInputDialog* dialog =
+        makeKeyTagDialog(m_imageKeyPopUp->window(), m_settings.keyTag.value_or(QString()));
     connect(dialog, &QInputDialog::textValueSelected, this, [this](const QString& text) {
         const QString tag = text.trimmed();
         if (isTagName(tag)) {
@@ -576,16 +549,7 @@ void CSVDataSourceViewController::chooseKeyTag()
             return;
         }
         showImageKey();
-        presentError(m_imageKeyPopUp->window(),
-                     Error{QStringLiteral("QuillbrookErrorDomain"),
-                           0,
-                           QStringLiteral("\u201c%1\u201d is not a tag name.").arg(tag),
-                           QStringLiteral("A tag name is letters, digits, '_' and '-', with "
-                                          "its groups before it and a colon after each."),
-                           QStringLiteral("Type a name such as EXIF:SerialNumber."),
-                           {},
-                           {},
-                           {}});
+        presentError(m_imageKeyPopUp->window(), notATagName(tag));
     });
     connect(dialog, &QInputDialog::rejected, this, &CSVDataSourceViewController::showImageKey);
     dialog->open();
