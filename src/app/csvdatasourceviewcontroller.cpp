@@ -207,7 +207,7 @@ QWidget* CSVDataSourceViewController::loadView()
     // Read with its text: a name given to it would hide what it says.
     m_encodingNote = new QLabel(view);
     m_encodingNote->setObjectName(QStringLiteral("encodingNote"));
-    m_encodingNote->setAccessibleDescription(QStringLiteral("Text encoding of the CSV file"));
+    m_encodingNote->setAccessibleDescription(QStringLiteral("How the data file was read"));
     m_encodingNote->setWordWrap(true);
     m_encodingNote->setVisible(false);
     m_fileNote = new QLabel(m_missingFile, view);
@@ -622,13 +622,23 @@ void CSVDataSourceViewController::showEncodingNote()
 {
     if (!m_encodingNote)
         return;
+    // A code page that may be guessed wrong, or the spreadsheet's cells that
+    // don't read as they show (an error such as #N/A, a formula without its
+    // result): the first of them, and how many more.
     const auto& page = m_csvDataSource->detectedCodePage();
-    m_encodingNote->setText(
-        page ? QStringLiteral("Not UTF-8: read as %1. Save the file as UTF-8 if names "
+    const QStringList& notes = m_csvDataSource->notes();
+    QString text;
+    if (page)
+        text = QStringLiteral("Not UTF-8: read as %1. Save the file as UTF-8 if names "
                               "look wrong.")
-                   .arg(QString::fromLatin1(page->displayName))
-             : QString());
-    m_encodingNote->setVisible(page.has_value());
+                   .arg(QString::fromLatin1(page->displayName));
+    else if (!notes.isEmpty())
+        text =
+            notes.size() == 1
+                ? notes.front()
+                : QStringLiteral("%1 (and %2 more cells)").arg(notes.front()).arg(notes.size() - 1);
+    m_encodingNote->setText(text);
+    m_encodingNote->setVisible(!text.isEmpty());
 }
 
 void CSVDataSourceViewController::restorePathControl()
