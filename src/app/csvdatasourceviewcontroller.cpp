@@ -241,10 +241,13 @@ QWidget* CSVDataSourceViewController::loadView()
     auto* keyLabel = new QLabel(QStringLiteral("its value"), view);
     m_headerPopUp = new QComboBox(view);
     m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
-    m_headerPopUp->setAccessibleName(QStringLiteral("File name column"));
+    m_headerPopUp->setAccessibleName(QStringLiteral("Key column"));
     m_headerPopUp->setAccessibleDescription(m_headerPopUp->accessibleName());
     m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_matchingStylePopUp = makeMatchingStylePopUp(view, true);
+    // Here it compares the key with the name, a tag's value or the path.
+    m_matchingStylePopUp->setAccessibleName(QStringLiteral("Key matching"));
+    m_matchingStylePopUp->setAccessibleDescription(m_matchingStylePopUp->accessibleName());
     matchRow->addWidget(m_headerPopUp);
     matchRow->addSpacing(12);
     matchRow->addWidget(m_imageKeyPopUp);
