@@ -221,20 +221,20 @@ QWidget* CSVDataSourceViewController::loadView()
     fileColumn->addWidget(m_encodingNote);
     form->addRow(QStringLiteral("Data file:"), fileColumn);
 
+    // A row of one control at its own width.
+    const auto addRow = [form](const QString& label, QWidget* control) {
+        auto* row = new QHBoxLayout;
+        row->addWidget(control);
+        row->addStretch(1);
+        form->addRow(label, row);
+        return row;
+    };
     // A spreadsheet has sheets and no delimiter; a CSV file the other way
     // round. Only the row that fits the file shows.
-    auto* sheetRow = new QHBoxLayout;
     m_sheetPopUp = makeSheetPopUp(view);
-    sheetRow->addWidget(m_sheetPopUp);
-    sheetRow->addStretch(1);
-    form->addRow(QStringLiteral("Sheet:"), sheetRow);
-    m_sheetRow = sheetRow;
-    auto* delimiterRow = new QHBoxLayout;
+    m_sheetRow = addRow(QStringLiteral("Sheet:"), m_sheetPopUp);
     m_delimiterPopUp = makeDelimiterPopUp(view);
-    delimiterRow->addWidget(m_delimiterPopUp);
-    delimiterRow->addStretch(1);
-    form->addRow(QStringLiteral("Fields separated by:"), delimiterRow);
-    m_delimiterRow = delimiterRow;
+    m_delimiterRow = addRow(QStringLiteral("Fields separated by:"), m_delimiterPopUp);
 
     auto* matchRow = new QHBoxLayout;
     m_imageKeyPopUp = makeImageKeyPopUp(view);
@@ -256,16 +256,13 @@ QWidget* CSVDataSourceViewController::loadView()
     matchRow->addStretch(1);
     form->addRow(QStringLiteral("Key column:"), matchRow);
 
-    auto* rulesRow = new QHBoxLayout;
     m_makeRulesButton = new QPushButton(QStringLiteral("Make rules from the columns"), view);
     m_makeRulesButton->setObjectName(QStringLiteral("makeRulesButton"));
     m_makeRulesButton->setAccessibleName(m_makeRulesButton->text());
     m_makeRulesButton->setToolTip(
         QStringLiteral("Add a rule for each column named after a tag exiftool can write "
                        "(Title, XMP-dc:Subject\u2026), as exiftool -csv names its columns."));
-    rulesRow->addWidget(m_makeRulesButton);
-    rulesRow->addStretch(1);
-    form->addRow(QString(), rulesRow);
+    addRow(QString(), m_makeRulesButton);
 
     connect(m_pathControl, &PathControl::action, this,
             &CSVDataSourceViewController::importFileAction);
