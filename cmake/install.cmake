@@ -59,10 +59,11 @@ set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${QB_HOMEPAGE_URL}")
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 # exiftool is run as a program, and the platform plugin and the TIFF and
-# WebP readers of the thumbnails are loaded at run time, so no library scan
-# finds them. QuaZip reads spreadsheets; it is named here so the package
-# needs it whatever the scan finds linked.
-set(qb_depends libimage-exiftool-perl qt6-qpa-plugins qt6-image-formats-plugins libquazip1-qt6-1)
+# WebP readers of the thumbnails and the cards are loaded at run time, so no
+# library scan finds them. QuaZip reads spreadsheets and zxing-cpp reads
+# barcode cards; they are named here so the package needs them whatever the
+# scan finds linked.
+set(qb_depends libimage-exiftool-perl qt6-qpa-plugins qt6-image-formats-plugins libquazip1-qt6-1 libzxing2)
 find_program(QB_DPKG_SHLIBDEPS dpkg-shlibdeps)
 if(QB_DPKG_SHLIBDEPS)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

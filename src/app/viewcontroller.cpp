@@ -10,22 +10,30 @@
 #include "widgets/dropviews.h"
 #include "widgets/taborder.h"
 
+#include "writing/metadataqueue.h"
+
 #include "documents/mappingsdoc.h"
+#include "mapping/columnrules.h"
+#include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
 #include "sources/shotlistcoordinator.h"
+#include "sources/tagkeys.h"
 
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"
 
 #include <QAction>
 #include <QFileDialog>
+#include <QFutureWatcher>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QShowEvent>
+#include <QThread>
 #include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
 
 namespace qb {
 
@@ -65,25 +73,34 @@ void ViewController::buildView()
     ruleEditor->setMinimumHeight(160);
     rulesTitle->setBuddy(ruleEditor);
     layout->addWidget(ruleEditor, 1);
-    layout->addWidget(buildImageBar());
+    layout->addWidget(buildImageBar(), 2);
 }
 
 QWidget* ViewController::buildImageBar()
 {
     auto* bar = new QWidget(this);
-    auto* layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(0, 0, 0, 0);
-    m_images = new ImagesAreaController({m_services.preferences, m_services.center,
-                                         [this] { return m_datasourceView.get(); }, this},
-                                        bar);
+    auto* area = new QVBoxLayout(bar);
+    area->setContentsMargins(0, 0, 0, 0);
+    auto* layout = new QHBoxLayout;
+    m_images = new ImagesAreaController(
+        {m_services.preferences, m_services.center, [this] { return m_datasourceView.get(); }, this,
+         [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
+         [this](const QUrl& url) {
+             if (m_services.openUrl)
+                 m_services.openUrl(url);
+         }},
+        bar);
     m_writer = new WriteController(
         {m_services.preferences, [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
          [this] { return m_datasourceView->dataSource(); },
-         [this]() -> const ImageProvider& {
-             return m_images->provider();
+         [this]() -> const ImageProvider& { return m_images->provider(); },
+         [this] {
+             return m_images->selectedImages();
          }},
         bar);
-    layout->addWidget(m_images->view(), 1);
+    area->addWidget(m_images->view(), 1);
+    area->addLayout(layout);
+    layout->addStretch(1);
     layout->addWidget(m_writer->statusLabel());
     layout->addWidget(m_writer->progressIndicator());
     layout->addWidget(m_writer->previewButton());
@@ -99,7 +116,12 @@ QWidget* ViewController::buildImageBar()
     previewButton = m_writer->previewButton();
     connect(m_images, &ImagesAreaController::imagesChanged, this,
             &ViewController::updateWriteReadiness);
+    connect(m_images, &ImagesAreaController::imagesChanged, this, &ViewController::readImageKeys);
     connect(m_writer, &WriteController::writeFinished, this, &ViewController::writeFinished);
+    connect(m_writer, &WriteController::writeFinished, m_images,
+            [this] { m_images->showOutcomes(m_writer->lastOutcomes()); });
+    connect(m_services.preferences, &Preferences::emptyCellsClearChanged, m_images,
+            &ImagesAreaController::replan);
     return bar;
 }
 
@@ -228,6 +250,7 @@ bool ViewController::validateUserInterfaceItem(QAction* item) const
 void ViewController::ruleEditorRowsDidChange(RuleEditor&)
 {
     saveRows();
+    m_images->replan();
 }
 
 void ViewController::refreshImageDisplay()
@@ -237,8 +260,54 @@ void ViewController::refreshImageDisplay()
 
 void ViewController::updateWriteReadiness()
 {
+    // Images whose key tag is still being read would have no row yet.
     m_writer->setReady(m_images->hasWritableImages() && m_datasourceView &&
-                       m_datasourceView->isReady());
+                       m_datasourceView->isReady() && !m_readingKeys);
+}
+
+void ViewController::readImageKeys()
+{
+    const auto source =
+        m_datasourceView
+            ? std::dynamic_pointer_cast<FileNameDataSource>(m_datasourceView->dataSource())
+            : nullptr;
+    const auto& validated = validatedImages();
+    if (!source || m_readingKeys || !validated)
+        return;
+    const QList<QUrl> unread = source->imagesToReadKeysOf(validated->validImages);
+    if (unread.isEmpty())
+        return;
+    m_readingKeys = true;
+    updateWriteReadiness();
+    const QString tag = *source->keyTag();
+    const QString exiftool =
+        MetadataQueue::shared(m_services.preferences->writeMethod()).exiftoolLocation();
+    using Keys = std::expected<QHash<QUrl, QString>, Error>;
+    auto* watcher = new QFutureWatcher<Keys>(this);
+    connect(watcher, &QFutureWatcher<Keys>::finished, this, [this, watcher, source, unread, tag] {
+        watcher->deleteLater();
+        m_readingKeys = false;
+        const Keys keys = watcher->result();
+        // A tag changed meanwhile is read anew by the refresh.
+        if (source->keyTag() == tag) {
+            if (!keys)
+                presentError(window(), keys.error());
+            // Unreadable images count as read: they have no key, and are told.
+            source->addTagKeys(unread, keys.value_or(QHash<QUrl, QString>()));
+        }
+        refreshImageDisplay();
+    });
+    watcher->setFuture(QtConcurrent::run([exiftool, unread, tag] {
+        return readTagKeys(ExifTool(exiftool, {}), unread, tag, QThread::idealThreadCount());
+    }));
+}
+
+void ViewController::addRules(const std::vector<MetadataMapping>& rules)
+{
+    std::vector<MetadataMapping> rows = withColumnRules(rowsAsSaved(), rules);
+    // The document's change of rows places them in the editor.
+    if (rows != m_document.currentCriteriaRows())
+        m_document.setCriteria(std::move(rows));
 }
 
 void ViewController::rebuildCriteria()
@@ -271,6 +340,7 @@ void ViewController::rebuildCriteria()
         ruleEditor->addRow();
     }
     rememberPlacedRows();
+    markOverruledRows();
     qbLog(QStringLiteral("Finished updating criteria"));
     m_criteriaAreLoading = false;
     // The panel's settings are left as the document has them: they are
@@ -315,11 +385,32 @@ void ViewController::saveRows()
     std::vector<MetadataMapping> rows = rowsAsSaved();
     if (rows != m_document.currentCriteriaRows())
         m_document.setCriteria(std::move(rows));
+    markOverruledRows();
     const auto wrapper = m_datasourceView ? m_datasourceView->settingsWrapper() : std::nullopt;
     if (wrapper && wrapper->regularFileContents() != m_panelSettings) {
         m_panelSettings = wrapper->regularFileContents();
         m_document.setDatasourceWrapper(*wrapper, MappingsDoc::ChangeOrigin::user);
     }
+}
+
+// Two rows writing one tag both stay, and the upper one's value stands: the
+// lower is framed, so the user sees why its column never reaches the file.
+void ViewController::markOverruledRows()
+{
+    std::vector<MetadataMapping> mappings;
+    std::vector<int> editorRows;
+    for (int i = 0; i < ruleEditor->numberOfRows(); ++i)
+        if (auto mapping = mappingForRow(ruleEditor->criteriaForRow(i), i)) {
+            mappings.push_back(std::move(*mapping));
+            editorRows.push_back(i);
+        }
+    QHash<int, QString> reasons;
+    for (const OverruledRule& rule : overruledRules(mappings))
+        reasons.insert(editorRows[std::size_t(rule.row)],
+                       QStringLiteral("Row %1 writes %2 too; its value stands.")
+                           .arg(editorRows[std::size_t(rule.upper)] + 1)
+                           .arg(mappings[std::size_t(rule.row)].destTag));
+    ruleEditor->setOverruledRows(reasons);
 }
 
 // The panel's settings as the document opened them, or as last stored: a

@@ -104,6 +104,7 @@ public:
     void refreshImageDisplay() override;
     void saveRows() override;
     void removeRows() override;
+    void addRules(const std::vector<MetadataMapping>& rules) override;
 
 signals:
     // The data source panel was replaced.
@@ -124,12 +125,16 @@ private:
     void showPanel();
     void applyEditable(bool editable);
     void rememberPlacedRows();
+    void markOverruledRows();
     // Tab follows the reading order again once the event loop turns.
     void scheduleTabOrder();
     void notePanelSettings();
     // The rows as the document should keep them.
     std::vector<MetadataMapping> rowsAsSaved() const;
     void updateWriteReadiness();
+    // Reads, off the main thread, the key tag of the images whose value
+    // isn't known yet, and shows the images again with it.
+    void readImageKeys();
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
@@ -143,6 +148,7 @@ private:
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
     bool m_criteriaAreLoading = false;
     bool m_criteriaBuilt = false;
+    bool m_readingKeys = false;
     bool m_tabOrderScheduled = false;
     std::vector<PlacedRow> m_placedRows;
     std::optional<QByteArray> m_panelSettings;

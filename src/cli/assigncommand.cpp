@@ -2,12 +2,15 @@
 // quillbrook-cli assign: maps images by the rule rows and writes the values.
 #include "assigncommand.h"
 
+#include "cardoptions.h"
 #include "jsonoutput.h"
 #include "sourceoptions.h"
 #include "writeoptions.h"
 
 #include "captureone/captureoneadjustmentwriter.h"
+#include "cards/plannedrows.h"
 #include "extensions/interruption.h"
+#include "mapping/columnrules.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
 #include "sources/matchfindings.h"
@@ -55,11 +58,22 @@ struct AssignOptions : WriteOptions {
     QCommandLineOption noJournal{QStringLiteral("no-journal"),
                                  QStringLiteral("Keep no journal of the values the write "
                                                 "replaces (see 'undo').")};
+    QCommandLineOption columnsAreTags{
+        QStringLiteral("columns-are-tags"),
+        QStringLiteral("Write each column whose header is a tag exiftool can write (Title, "
+                       "XMP-dc:Subject...) into that tag, list tags split at \", \", as "
+                       "exiftool -csv writes them; after the rows of --mappings or --document, "
+                       "if given, leaving out tags those rows write already.")};
     QCommandLineOption jobs{QStringLiteral("jobs"),
                             QStringLiteral("How many exiftool processes a large batch is split "
                                            "across; 0 means one per core (default: the "
                                            "preferences)."),
                             QStringLiteral("N")};
+    QCommandLineOption cards{QStringLiteral("cards"),
+                             QStringLiteral("Give each frame the row of the barcode card shot "
+                                            "with it, as 'cards' plans it, rather than match "
+                                            "names; the card options below apply.")};
+    CardOptions cardOptions;
 };
 
 std::optional<Method> writeMethodNamed(const QString& name)
@@ -229,18 +243,10 @@ std::optional<ExitStatus> tellFindings(const MatchFindings& findings, bool stric
 {
     for (const QString& line : findings.lines())
         printError(streams, line);
-    if (!strict || findings.isEmpty())
+    if (!strict || !findings.isAmbiguous())
         return std::nullopt;
     printError(streams, findings.strictError());
     return ExitStatus::usage;
-}
-
-// The exiftool a write would run, which the checks ask for its tags.
-QString exiftoolFor(const QString& given)
-{
-    if (!given.isEmpty())
-        return absolutePath(given);
-    return MetadataQueue::bundleExifToolPath().value_or(installedExiftoolPath());
 }
 
 // Refuses what exiftool would write wrongly, and tells what it would leave
@@ -251,7 +257,7 @@ std::optional<ExitStatus> checkBeforeWriting(const ExifImages& images, Method me
     if (method == Method::captureOne || images.empty())
         return std::nullopt;
     const auto writable =
-        WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
+        WritableTagsCache::shared().tagsOf(exiftoolToRun(exiftool), ExiftoolConfig::none());
     if (auto checked = checkBatch(images, writable.get(), method == Method::xmp); !checked) {
         printError(streams, checked.error());
         return ExitStatus::usage;
@@ -321,11 +327,37 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
     return choice;
 }
 
-// The rows of --mappings, else the document's; warns of those whose column
-// the data hasn't.
+// A rule for each column named after a tag the exiftool writes; tells
+// which columns write nothing.
+std::expected<std::vector<MetadataMapping>, ExitStatus>
+rulesOfColumns(const QStringList& headers, const QString& exiftool, Streams& streams)
+{
+    const auto writable =
+        WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
+    if (!writable) {
+        printError(streams, QStringLiteral("exiftool (%1) can't be asked which tags it writes, "
+                                           "which --columns-are-tags needs")
+                                .arg(exiftoolFor(exiftool)));
+        return std::unexpected(ExitStatus::failure);
+    }
+    ColumnRules made = columnRules(headers, *writable);
+    if (made.rules.empty()) {
+        printError(streams, QStringLiteral("no column of the data is named after a tag exiftool "
+                                           "can write; the headers are: %1")
+                                .arg(headers.join(QStringLiteral(", "))));
+        return std::unexpected(ExitStatus::usage);
+    }
+    if (!made.otherColumns.isEmpty())
+        printError(streams, QStringLiteral("columns that write no tag: %1")
+                                .arg(made.otherColumns.join(QStringLiteral(", "))));
+    return std::move(made.rules);
+}
+
+// The rows of --mappings, else the document's, and those of the columns
+// when asked; warns of those whose column the data hasn't.
 std::expected<std::vector<MetadataMapping>, ExitStatus>
 chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
-               const LoadedSource& source, Streams& streams)
+               const LoadedSource& source, const QString& exiftool, Streams& streams)
 {
     auto mappings = chosenRows(parser, options, source);
     if (!mappings) {
@@ -334,23 +366,15 @@ chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
     }
     for (const QString& warning : missingColumnWarnings(*mappings, source.dataSource->keyNames()))
         printError(streams, warning);
+    if (parser.isSet(options.columnsAreTags)) {
+        auto rules = rulesOfColumns(source.dataSource->keyNames(), exiftool, streams);
+        if (!rules)
+            return std::unexpected(rules.error());
+        *mappings = withColumnRules(std::move(*mappings), *rules);
+    }
     for (const QString& warning : overruledRuleWarnings(*mappings))
         printError(streams, warning);
     return std::move(*mappings);
-}
-
-// The images in the paths, searched once so that the findings and the
-// mapping see the same ones; lists those left out.
-FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions& sourceOptions,
-                          Streams& streams)
-{
-    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
-                                                !parser.isSet(sourceOptions.noRecursive))
-                                   .search();
-    for (const QString& path : found.leftOut)
-        printError(streams,
-                   QStringLiteral("left out, as %1: %2").arg(leftOutReason::nameNotUtf8(), path));
-    return found;
 }
 
 // Writes what a dry run or a preview would do into the report, if one is
@@ -368,35 +392,54 @@ ExitStatus savePlan(ExitStatus status, const QString& plan, const Json& json,
 }
 
 // Maps the images and writes them, or prints what a write would send.
+// With `cards`, the frames get their rows from the plan of the cards.
 ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options,
-                  const SourceOptions& sourceOptions, WriteChoice choice, Streams& streams)
+                  const SourceOptions& sourceOptions, WriteChoice choice,
+                  const std::optional<CardPlanOptions>& cards, Streams& streams)
 {
     auto source = loadSource(parser, sourceOptions, streams);
     if (!source)
         return source.error();
-    const auto mappings = chosenMappings(parser, options, *source, streams);
+    const QString exiftool = parser.value(sourceOptions.exiftool);
+    const auto mappings = chosenMappings(parser, options, *source, exiftool, streams);
     if (!mappings)
         return mappings.error();
     const FolderSearch found = searchImages(parser, sourceOptions, streams);
+    if (auto keyed = readImageKeys(*source->dataSource, found.images, exiftool, streams); !keyed)
+        return keyed.error();
     if (!choice.reportPath.isEmpty()) {
         if (const auto problem = reportPathProblem(choice.reportPath, found.images)) {
             printError(streams, *problem);
             return ExitStatus::usage;
         }
     }
-    if (const auto stopped = tellFindings(MatchFindings::find(*source->dataSource, found.images),
-                                          parser.isSet(options.strict), streams))
-        return *stopped;
-    const ExifImages images =
-        mapImages(URLListProvider(found.images), *source->dataSource, *mappings, choice.emptyCells);
-    const QString exiftool = parser.value(sourceOptions.exiftool);
+    ExifImages images;
+    if (cards) {
+        const auto plan = planCardSession(found.images, *source->dataSource, *cards,
+                                          exiftoolToRun(exiftool), streams);
+        if (!plan)
+            return plan.error();
+        // The plan goes with every write, so that its checks are seen
+        // where the values are.
+        streams.err << planText(*plan, planTextOptions(source->dataSource));
+        streams.err.flush();
+        const PlannedRows rows(source->dataSource, plan->assignments());
+        images = mapImages(URLListProvider(rows.images()), rows, *mappings, choice.emptyCells);
+    } else {
+        if (const auto stopped =
+                tellFindings(MatchFindings::find(*source->dataSource, found.images),
+                             parser.isSet(options.strict), streams))
+            return *stopped;
+        images = mapImages(URLListProvider(found.images), *source->dataSource, *mappings,
+                           choice.emptyCells);
+    }
     if (const auto refused = checkBeforeWriting(images, choice.method, exiftool, streams))
         return *refused;
     const FileOutcomes leftOut = leftOutByName(found);
     if (parser.isSet(options.preview)) {
         const PreviewSource readFrom{choice.method == Method::xmp, choice.naming};
         const auto preview =
-            printPreview(images, unmatchedImages(found.images, images), exiftoolFor(exiftool),
+            printPreview(images, unmatchedImages(found.images, images), exiftoolToRun(exiftool),
                          choice.jobs, readFrom, parser.isSet(options.json), streams);
         if (!preview)
             return preview.error();
@@ -431,9 +474,11 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
-                       options.sidecarName, options.preview, options.json, options.report,
-                       options.noJournal, options.jobs, options.emptyCells});
+    parser.addOptions({options.mappings, options.columnsAreTags, options.dryRun, options.strict,
+                       options.method, options.sidecarName, options.preview, options.json,
+                       options.report, options.noJournal, options.jobs, options.emptyCells,
+                       options.cards});
+    parser.addOptions(options.cardOptions.all());
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("assign"), arguments, streams))
@@ -442,9 +487,10 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     const auto choice = chosenWrite(parser, options, streams);
     if (!choice)
         return choice.error();
-    if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
-        printError(streams, QStringLiteral("assign needs --mappings or --document; see "
-                                           "'assign --help'"));
+    if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document) &&
+        !parser.isSet(options.columnsAreTags)) {
+        printError(streams, QStringLiteral("assign needs --mappings, --document or "
+                                           "--columns-are-tags; see 'assign --help'"));
         return ExitStatus::usage;
     }
     if (parser.isSet(options.json) && !parser.isSet(options.preview)) {
@@ -457,7 +503,12 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     }
     if (!allPathsExist(parser.positionalArguments(), streams))
         return ExitStatus::usage;
-    return assign(parser, options, sourceOptions, *choice, streams);
+    const auto cards = chosenCardMode(parser, options.cards, options.cardOptions, false);
+    if (!cards) {
+        printError(streams, cards.error());
+        return ExitStatus::usage;
+    }
+    return assign(parser, options, sourceOptions, *choice, *cards, streams);
 }
 
 } // namespace qb::cli

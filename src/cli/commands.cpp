@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "assigncommand.h"
+#include "cardscommand.h"
 #include "command.h"
 #include "csvcommand.h"
 #include "documentcommand.h"
@@ -15,6 +16,9 @@ const std::vector<Command>& commands()
     static const std::vector<Command> all = {
         {QStringLiteral("assign"), QStringLiteral("Assign metadata from rows to images."),
          assignCommand},
+        {QStringLiteral("cards"),
+         QStringLiteral("Plan which frames go to which row by the barcode cards among them."),
+         cardsCommand},
         {QStringLiteral("csv"), QStringLiteral("Show a CSV file as Quillbrook reads it."),
          csvCommand},
         {QStringLiteral("document"), QStringLiteral("Show a mappings document's rows."),

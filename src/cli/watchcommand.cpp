@@ -3,15 +3,19 @@
 // folder, through one exiftool kept running, for tethered shooting.
 #include "watchcommand.h"
 
+#include "cardoptions.h"
 #include "sourceoptions.h"
+#include "watchcards.h"
 #include "watchrows.h"
 #include "writeoptions.h"
 
+#include "cards/plannedrows.h"
 #include "exif/stayopenexiftool.h"
 #include "extensions/filesinuse.h"
 #include "extensions/interruption.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
+#include "sources/tagkeys.h"
 #include "writing/folderclaim.h"
 #include "writing/folderwatcher.h"
 #include "writing/metadataqueue.h"
@@ -53,6 +57,12 @@ struct WatchOptions : WriteOptions {
                               QStringLiteral("SECONDS")};
     QCommandLineOption noJournal{QStringLiteral("no-journal"),
                                  QStringLiteral("Keep no journal of the session's writes.")};
+    QCommandLineOption cards{QStringLiteral("cards"),
+                             QStringLiteral("Write each capture with the row of the last barcode "
+                                            "card shot, or of the last code or key given on "
+                                            "standard input (a scanner in keyboard mode types "
+                                            "there); captures before any are left unwritten.")};
+    CardOptions cardOptions;
 };
 
 struct WatchSetup {
@@ -115,10 +125,17 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
 // Writes the arrivals one at a time, in order, and says how each went.
 class Watch {
 public:
-    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, Streams& streams)
+    // With `cards`, each capture gets the current subject's row instead of
+    // the one its name matches. `keyReader` reads a capture's key tag, when
+    // the rows are keyed by one.
+    Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, WatchCards* cards,
+          ExifTool keyReader,
+          Streams& streams)
         : m_watcher(watcher)
         , m_queue(queue)
         , m_rows(rows)
+        , m_cards(cards)
+        , m_keyReader(std::move(keyReader))
         , m_streams(streams)
     {
         QObject::connect(&queue, &MetadataQueue::writeReported, &queue,
@@ -169,10 +186,37 @@ private:
             return;
         }
         m_rows.refresh();
+        if (!m_cards) {
+            write(path, *m_rows.rows().source.dataSource);
+            return;
+        }
+        m_writing = true;
+        m_cards->read(
+            path, m_rows.rows().source.dataSource,
+            [this, path](const std::optional<QStringList>& keys) {
+                m_writing = false;
+                if (keys) {
+                    write(path, PlannedRows(m_rows.rows().source.dataSource, {{path, *keys}}));
+                    return;
+                }
+                ++m_skipped;
+                m_watcher.finished(path);
+                next();
+            });
+    }
+
+    void write(const QString& path, const MetadataSource& source)
+    {
         const QString name = QFileInfo(path).fileName();
+        if (const auto unkeyed = readKey(path)) {
+            printError(m_streams, QStringLiteral("%1: %2; skipped").arg(name, *unkeyed));
+            ++m_skipped;
+            m_watcher.finished(path);
+            next();
+            return;
+        }
         const ExifImages images =
-            mapImages(URLListProvider({QUrl::fromLocalFile(path)}),
-                      *m_rows.rows().source.dataSource, m_rows.rows().mappings);
+            mapImages(URLListProvider({QUrl::fromLocalFile(path)}), source, m_rows.rows().mappings);
         if (images.empty()) {
             printError(m_streams, QStringLiteral("%1: matches no row; skipped").arg(name));
             ++m_skipped;
@@ -207,9 +251,27 @@ private:
         });
     }
 
+    // Reads the capture's key tag through the long-lived exiftool, when the
+    // rows are keyed by one; why the capture has no key, if it hasn't.
+    std::optional<QString> readKey(const QString& path)
+    {
+        FileNameDataSource& source = *m_rows.rows().source.dataSource;
+        if (!source.keyTag() || source.matchingStyle() == FileNameDataSource::MatchingStyle::path)
+            return std::nullopt;
+        auto keys = readTagKeys(m_keyReader, {QUrl::fromLocalFile(path)}, *source.keyTag());
+        if (!keys)
+            return keys.error().message();
+        if (keys->isEmpty())
+            return QStringLiteral("has no %1").arg(*source.keyTag());
+        source.addTagKeys({QUrl::fromLocalFile(path)}, *keys);
+        return std::nullopt;
+    }
+
     FolderWatcher& m_watcher;
     MetadataQueue& m_queue;
     WatchRows& m_rows;
+    WatchCards* m_cards;
+    ExifTool m_keyReader;
     Streams& m_streams;
     std::deque<QString> m_waiting;
     FileOutcomes m_outcomes;
@@ -234,7 +296,8 @@ void warmUp(MetadataQueue& queue, StayOpenExiftool& exiftool)
 }
 
 ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows,
-                 const QString& exiftool, Streams& streams)
+                 const QString& exiftool, const std::optional<CardPlanOptions>& cards,
+                 Streams& streams)
 {
     const auto claim = FolderClaim::take(folder);
     if (!claim) {
@@ -269,7 +332,14 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows
                                   .arg(double(watcher.pollInterval().count()) / 1000.0)
                             : QStringLiteral("watching %1; Ctrl-C stops").arg(folder));
 
-    Watch writes(watcher, queue, rows, streams);
+    std::unique_ptr<WatchCards> subjects;
+    if (cards) {
+        subjects = std::make_unique<WatchCards>(cards->keyPattern, cards->cardFrames,
+                                                cardDecoder(exiftoolToRun(exiftool)), streams);
+        subjects->listenToStandardInput([&rows] { return rows.rows().source.dataSource; });
+    }
+    Watch writes(watcher, queue, rows, subjects.get(),
+                 ExifTool(queue.exiftoolLocation(), {}, longLived), streams);
     std::optional<QString> gone;
     QObject::connect(&watcher, &FolderWatcher::arrived, &watcher,
                      [&writes](const QString& path) { writes.take(path); });
@@ -308,7 +378,8 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     const WatchOptions options;
     const SourceOptions sourceOptions;
     parser.addOptions({options.mappings, options.method, options.sidecarName, options.recursive,
-                       options.poll, options.settle, options.noJournal});
+                       options.poll, options.settle, options.noJournal, options.cards});
+    parser.addOptions(options.cardOptions.live());
     for (const QCommandLineOption& option : sourceOptions.all()) {
         if (option.names() != sourceOptions.noRecursive.names())
             parser.addOption(option);
@@ -325,6 +396,11 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
     if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
         printError(streams, QStringLiteral("watch needs --mappings or --document; see "
                                            "'watch --help'"));
+        return ExitStatus::usage;
+    }
+    const auto cards = chosenCardMode(parser, options.cards, options.cardOptions, true);
+    if (!cards) {
+        printError(streams, cards.error());
         return ExitStatus::usage;
     }
     const QStringList folders = parser.positionalArguments();
@@ -357,7 +433,7 @@ ExitStatus watchCommand(const QStringList& arguments, Streams& streams)
         files << absolutePath(parser.value(options.mappings));
     WatchRows rows({std::move(*source), std::move(*mappings)}, files, load, streams);
     return watch(absolutePath(folders.front()), *setup, rows, parser.value(sourceOptions.exiftool),
-                 streams);
+                 *cards, streams);
 }
 
 } // namespace qb::cli

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "writeoptions.h"
 
+#include "exif/fileoutcomes.h"
 #include "extensions/jsonfile.h"
+#include "writing/metadataqueue.h"
 
 namespace qb::cli {
 
@@ -28,6 +30,25 @@ std::expected<SidecarNaming, QString> chosenSidecarNaming(const QCommandLinePars
         return *naming;
     return std::unexpected(
         QStringLiteral("unknown sidecar name '%1'; use name or name.ext").arg(form));
+}
+
+QString exiftoolToRun(const QString& given)
+{
+    if (!given.isEmpty())
+        return absolutePath(given);
+    return MetadataQueue::bundleExifToolPath().value_or(installedExiftoolPath());
+}
+
+FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions& sourceOptions,
+                          Streams& streams)
+{
+    const FolderSearch found = URLImageProvider(fileUrls(parser.positionalArguments()),
+                                                !parser.isSet(sourceOptions.noRecursive))
+                                   .search();
+    for (const QString& path : found.leftOut)
+        printError(streams,
+                   QStringLiteral("left out, as %1: %2").arg(leftOutReason::nameNotUtf8(), path));
+    return found;
 }
 
 } // namespace qb::cli

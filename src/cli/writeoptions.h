@@ -4,6 +4,7 @@
 #include "sourceoptions.h"
 
 #include "exif/metadatamanager.h"
+#include "sources/urlimageprovider.h"
 
 #include <QCommandLineOption>
 #include <QCommandLineParser>
@@ -38,5 +39,14 @@ std::expected<std::vector<MetadataMapping>, Error> chosenRows(const QCommandLine
 std::expected<SidecarNaming, QString> chosenSidecarNaming(const QCommandLineParser& parser,
                                                           const WriteOptions& options,
                                                           SidecarNaming fallback);
+
+// The exiftool a write would run: the one given, else the bundled one, else
+// the one installed.
+QString exiftoolToRun(const QString& given);
+
+// The images in the command's paths, searched once so that all that looks at
+// them sees the same ones; lists those left out.
+FolderSearch searchImages(const QCommandLineParser& parser, const SourceOptions& sourceOptions,
+                          Streams& streams);
 
 } // namespace qb::cli

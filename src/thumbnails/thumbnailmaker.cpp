@@ -42,7 +42,7 @@ std::expected<QImage, QString> ThumbnailMaker::make(const QString& path, int siz
     if (!m_runner)
         return std::unexpected(QStringLiteral("Raw files need exiftool for their preview."));
     const std::expected<QByteArray, QString> preview =
-        readEmbeddedPreview(*m_runner, m_exiftool, path);
+        readEmbeddedPreview(*m_runner, m_exiftool, path, size);
     if (!preview)
         return std::unexpected(preview.error());
     if (preview->isEmpty())

@@ -203,6 +203,12 @@ RuleRow* RuleEditor::rowWidget(int row) const
     return row >= 0 && row < m_rows.size() ? m_rows[row] : nullptr;
 }
 
+void RuleEditor::setOverruledRows(const QHash<int, QString>& reasons)
+{
+    for (int row = 0; row < m_rows.size(); ++row)
+        m_rows[row]->setOverruled(reasons.value(row));
+}
+
 void RuleEditor::notifyRowsChanged()
 {
     m_placeholder->setVisible(m_rows.isEmpty() && !m_placeholder->text().isEmpty());

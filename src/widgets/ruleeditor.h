@@ -4,6 +4,7 @@
 #include "widgets/ruleeditordelegate.h"
 #include "widgets/rulerow.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QWidget>
@@ -61,6 +62,10 @@ public:
     void moveRow(int from, int to);
     // Rebuilds every row's controls from the delegate's answers.
     void reloadCriteria();
+
+    // Frames the rows whose value gives way to an upper row's, each with
+    // its reason; every other row is cleared.
+    void setOverruledRows(const QHash<int, QString>& reasons);
 
     // The row that holds `widget`, or -1.
     int rowOf(const QWidget* widget) const;

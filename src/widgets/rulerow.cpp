@@ -312,13 +312,31 @@ void RuleRow::choose(int level, const CriterionPtr& choice)
 void RuleRow::markIncomplete(bool incomplete, const QString& reason)
 {
     m_incomplete = incomplete;
-    const QString why = reason.isEmpty() ? m_host.incompleteRowToolTip() : reason;
-    setToolTip(incomplete ? why : QString());
-    setAccessibleDescription(incomplete ? why : QString());
-    setStyleSheet(incomplete ? QStringLiteral("QFrame#ruleRow { border: 2px solid #c62828; "
-                                              "border-radius: 4px; }")
-                             : QString());
-    setProperty("incomplete", incomplete);
+    m_incompleteWhy = reason.isEmpty() ? m_host.incompleteRowToolTip() : reason;
+    showState();
+}
+
+void RuleRow::setOverruled(const QString& why)
+{
+    if (why == m_overruled)
+        return;
+    m_overruled = why;
+    showState();
+}
+
+// A row that can't act outranks one whose value gives way: red before amber.
+void RuleRow::showState()
+{
+    const QString why = m_incomplete ? m_incompleteWhy : m_overruled;
+    const QString colour = m_incomplete ? QStringLiteral("#c62828") : QStringLiteral("#ef6c00");
+    setToolTip(why);
+    setAccessibleDescription(why);
+    setStyleSheet(why.isEmpty() ? QString()
+                                : QStringLiteral("QFrame#ruleRow { border: 2px solid %1; "
+                                                 "border-radius: 4px; }")
+                                      .arg(colour));
+    setProperty("incomplete", m_incomplete);
+    setProperty("overruled", !m_overruled.isEmpty());
 }
 
 void RuleRow::setEditable(bool editable)

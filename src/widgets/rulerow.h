@@ -56,6 +56,10 @@ public:
     // The path stops before a leaf, so something is still to be chosen, or
     // a criterion of it says why the row can't act.
     bool isIncomplete() const { return m_incomplete; }
+    // An upper row writes the same tag, so this row's value gives way; an
+    // empty text clears it.
+    void setOverruled(const QString& why);
+    bool isOverruled() const { return !m_overruled.isEmpty(); }
 
 private:
     struct Level {
@@ -74,11 +78,14 @@ private:
     void bindFields();
     void choose(int level, const CriterionPtr& choice);
     void markIncomplete(bool incomplete, const QString& reason);
+    void showState();
 
     RuleRowHost& m_host;
     Criteria m_criteria;
     int m_index = 0;
     bool m_incomplete = false;
+    QString m_incompleteWhy;
+    QString m_overruled;
     QHBoxLayout* m_controls;
     QToolButton* m_addButton;
     QToolButton* m_removeButton;

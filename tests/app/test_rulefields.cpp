@@ -164,3 +164,31 @@ TEST_F(RuleFieldTest, EveryPopUpOfARowCanBeChosenFromItsList)
 }
 
 } // namespace
+
+namespace {
+
+// Two rows writing one tag both stay; the lower is framed until it writes another.
+TEST_F(WindowTest, ARowWhoseTagAnUpperRowWritesIsFramedUntilItWritesAnother)
+{
+    openWindow(writePackage(R"([
+        {"keyName": "Title", "destTag": "XMP:Title", "actions": {"mappers": []}},
+        {"keyName": "Keywords", "destTag": "XMP:Subject", "actions": {"mappers": []}},
+        {"keyName": "Shot", "destTag": "XMP:Title", "actions": {"mappers": []}}])"));
+    RuleEditor& editor = *controller().ruleEditor;
+    ASSERT_EQ(editor.numberOfRows(), 3);
+    EXPECT_FALSE(editor.rowWidget(0)->isOverruled());
+    EXPECT_FALSE(editor.rowWidget(1)->isOverruled());
+    ASSERT_TRUE(editor.rowWidget(2)->isOverruled());
+    EXPECT_EQ(editor.rowWidget(2)->accessibleDescription(),
+              "Row 1 writes XMP:Title too; its value stands.");
+
+    auto* destination = editor.rowWidget(2)->findChild<QComboBox*>("destinationPopUp");
+    ASSERT_TRUE(destination);
+    pickInList(*destination, destination->findText("Creator"));
+    QTest::qWait(0);
+    EXPECT_FALSE(editor.rowWidget(2)->isOverruled());
+    EXPECT_TRUE(editor.rowWidget(2)->accessibleDescription().isEmpty());
+    EXPECT_EQ(m_window->document().currentCriteriaRows().size(), 3u);
+}
+
+} // namespace

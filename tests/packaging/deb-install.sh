@@ -25,7 +25,7 @@ deb=${debs[0]}
 
 depends=$(dpkg-deb --field "$deb" Depends)
 echo "Depends: $depends"
-for package in libimage-exiftool-perl qt6-qpa-plugins libquazip1-qt6-1 libqt6core6 libqt6gui6 libqt6widgets6 libicu72; do
+for package in libimage-exiftool-perl qt6-qpa-plugins libquazip1-qt6-1 libzxing2 libqt6core6 libqt6gui6 libqt6widgets6 libicu72; do
   [[ ", $depends," =~ ,\ $package[\ ,] ]] || fail "Depends lacks $package"
 done
 
