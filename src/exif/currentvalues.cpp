@@ -111,9 +111,20 @@ readObjects(const ExifTool& exiftool, const QStringList& arguments,
     return standardError;
 }
 
+// The tags to read as arguments. exiftool works out its Composite tags for
+// every file it reads, a third of the cost of reading a small one; tags
+// that each name a group other than Composite can't be among them, so
+// their read goes without (-e).
 QStringList tagArguments(const QStringList& tags)
 {
+    const bool composite = tags.isEmpty() || std::ranges::any_of(tags, [](const QString& tag) {
+                               const qsizetype colon = tag.indexOf(QLatin1Char(':'));
+                               return colon < 0 || QStringView(tag).first(colon).compare(
+                                                       u"Composite", Qt::CaseInsensitive) == 0;
+                           });
     QStringList arguments;
+    if (!composite)
+        arguments << QStringLiteral("-e");
     for (const QString& tag : tags)
         arguments << QLatin1Char('-') + tag;
     return arguments;

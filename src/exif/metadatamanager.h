@@ -4,6 +4,7 @@
 #include "exif/exifimage.h"
 #include "exif/exiftool.h"
 #include "exif/fileoutcomes.h"
+#include "exif/writabletags.h"
 #include "extensions/error.h"
 
 #include <QList>
@@ -77,7 +78,7 @@ public:
     virtual void clear() = 0;
 
     // Writes the exchange file to `path`, creating its folder. There is no
-    // encoder parameter: the file is always made by our own JSON writer.
+    // encoder parameter: the file is always made by our own writer.
     virtual std::expected<void, Error> writeJSON(const QString& path, bool sidecars) = 0;
 
     virtual void writeImages(const QString& jsonPath, const MetadataCompletion& completion) = 0;
@@ -93,10 +94,18 @@ public:
     // other hard links and its extended attributes stay. Off by default.
     bool writeInPlace() const { return m_writeInPlace; }
     void setWriteInPlace(bool inPlace) { m_writeInPlace = inPlace; }
+    // The tags exiftool can write; knowing which are lists lets a writer
+    // send a batch of plain text in exiftool's faster form (see
+    // plainTextExchange). Without them, every batch goes as JSON.
+    void setWritableTags(std::shared_ptr<const WritableTags> tags)
+    {
+        m_writableTags = std::move(tags);
+    }
 
 protected:
     SidecarNaming m_sidecarNaming = SidecarNaming::name;
     bool m_writeInPlace = false;
+    std::shared_ptr<const WritableTags> m_writableTags;
     WriteReport m_lastWriteReport;
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "metadatareader.h"
 
+#include "exif/plaintextexchange.h"
 #include "extensions/dynamicvaluejson.h"
 #include "extensions/jsonfile.h"
 
@@ -209,15 +210,28 @@ std::expected<void, Error> MetadataReader::writeJSON(const QString& path, bool s
         }
         m_sidecarSpellings.sort();
     }
-    nlohmann::ordered_json objects = nlohmann::ordered_json::array();
-    for (const auto& entry : m_loadedImages)
-        objects.push_back(entry.second->exiftoolJson());
-
     const QString folder = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(folder))
         return std::unexpected(
             jsonFileError(JsonFileErrorCode::unwritable, path,
                           QStringLiteral("The folder “%1” could not be created.").arg(folder)));
+    m_plainExchange = {};
+    const auto plain =
+        sidecars || !m_writableTags ? std::nullopt : plainTextExchange(images(), *m_writableTags);
+    if (plain) {
+        const QString csv =
+            folder + QLatin1Char('/') + QFileInfo(path).completeBaseName() + QStringLiteral(".csv");
+        QFile file(csv);
+        if (!file.open(QIODevice::WriteOnly) || file.write(*plain) != plain->size() ||
+            !file.flush())
+            return std::unexpected(
+                jsonFileError(JsonFileErrorCode::unwritable, csv, file.errorString()));
+        m_plainExchange = {path, csv};
+        return {};
+    }
+    nlohmann::ordered_json objects = nlohmann::ordered_json::array();
+    for (const auto& entry : m_loadedImages)
+        objects.push_back(entry.second->exiftoolJson());
     return writeJsonFile(objects, path);
 }
 
@@ -228,8 +242,10 @@ void MetadataReader::writeImages(const QString& jsonPath, const MetadataCompleti
         for (const auto& value : entry.second->metadata)
             tags << value.first;
     }
-    write(QStringList{jsonOption + jsonPath, QStringLiteral("-struct"),
-                      QStringLiteral("-ignoreMinorErrors")} +
+    const QStringList exchange = m_plainExchange.first == jsonPath
+                                     ? plainTextExchangeOptions(m_plainExchange.second)
+                                     : QStringList{jsonOption + jsonPath};
+    write(exchange + QStringList{QStringLiteral("-struct"), QStringLiteral("-ignoreMinorErrors")} +
               iptcCharsetArguments(tags) + exifSegmentArguments(tags),
           QStringLiteral("Finished writing images."), completion);
 }

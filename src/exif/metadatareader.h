@@ -58,7 +58,9 @@ public:
     // With `sidecars`, each image's SourceFile is first moved to its XMP
     // sidecar, on the shared image itself, and stays so after the write.
     // An existing sidecar whose extension differs only in case (A1.XMP) is
-    // the one written, and no twin is made beside it.
+    // the one written, and no twin is made beside it. A direct write of
+    // plain text, with the writable tags set, goes as CSV instead: beside
+    // `path`, named as it is with ".csv", and writeImages(path) reads that.
     std::expected<void, Error> writeJSON(const QString& path, bool sidecars) override;
 
     void writeImages(const QString& jsonPath, const MetadataCompletion& completion) override;
@@ -76,6 +78,8 @@ private:
     // The sidecar extensions other than "xmp" that the last writeJSON met,
     // sorted; exiftool tries each after "xmp".
     QStringList m_sidecarSpellings;
+    // The path the last writeJSON was given and the CSV it wrote instead.
+    std::pair<QString, QString> m_plainExchange;
 };
 
 // Finds the sidecars a write updates, reading each folder once.

@@ -135,6 +135,10 @@ QByteArray WritableTags::serialized() const
 std::optional<WritableTags> WritableTags::fromSerialized(const QByteArray& text)
 {
     WritableTags tags;
+    // Thousands of tags have the same groups ("makernotes,canon,camera"):
+    // each such line makes one set that they share, which every write
+    // reads in and lets go of at its end.
+    QHash<QByteArray, QSet<QString>> sets;
     for (const QByteArray& line : text.split('\n')) {
         const QList<QByteArray> parts = line.split(' ');
         if (parts.size() != 2 || parts[0].isEmpty())
@@ -148,9 +152,18 @@ std::optional<WritableTags> WritableTags::fromSerialized(const QByteArray& text)
         const bool list = name.startsWith(listLinePrefix);
         if (list)
             name.remove(0, listLinePrefix.size());
+        auto set = sets.constFind(parts[1]);
+        if (set == sets.cend()) {
+            QSet<QString> groups;
+            for (const QByteArray& group : parts[1].split(','))
+                groups.insert(QString::fromUtf8(group));
+            set = sets.insert(parts[1], groups);
+        }
         QSet<QString>& groups = (list ? tags.m_listGroupsByName : tags.m_groupsByName)[name];
-        for (const QByteArray& group : parts[1].split(','))
-            groups.insert(QString::fromUtf8(group));
+        if (groups.isEmpty())
+            groups = *set;
+        else
+            groups.unite(*set);
     }
     if (tags.m_groupsByName.isEmpty())
         return std::nullopt;

@@ -285,8 +285,9 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     std::vector<WriteFile*> all;
     for (WriteFile& file : plan.files)
         all.push_back(&file);
+    const auto tags = writableTags();
     if (!sidecars) {
-        if (auto recoded = recodeLatinIptc(exiftool, all, writableTags().get()); !recoded) {
+        if (auto recoded = recodeLatinIptc(exiftool, all, tags.get()); !recoded) {
             continuation(std::unexpected(isInterrupted()
                                              ? interruptedError(0, qsizetype(batch.size()))
                                              : recoded.error()),
@@ -300,6 +301,7 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
     const QString file = folder + QStringLiteral("/QuillbrookMetadata.json");
     if (runs.files.size() > 1) {
         parallel.emplace(exiftool, m_exifWriter->verbose(), sidecarNaming());
+        parallel->setWritableTags(tags);
         if (auto prepared = parallel->prepare(runs.images(), sidecars, folder, runs.inPlace);
             !prepared) {
             continuation(std::unexpected(prepared.error()), report);
@@ -310,6 +312,7 @@ void MetadataQueue::runExiftool(bool sidecars, const ImageMap& batch, const QStr
         MetadataManager& writer = longLived ? *longLived : *m_exifWriter;
         writer.clear();
         writer.setWriteInPlace(runs.inPlace.front());
+        writer.setWritableTags(tags);
         writer.addImages(imagesOf(all));
         if (auto written = writer.writeJSON(file, sidecars); !written) {
             continuation(std::unexpected(written.error()), report);

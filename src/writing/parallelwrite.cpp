@@ -100,6 +100,7 @@ std::expected<void, Error> ParallelWrite::prepare(const std::vector<ExifImages>&
         chunk.writer->setVerbose(m_verbose);
         chunk.writer->setExiftool(m_exiftool);
         chunk.writer->setSidecarNaming(m_naming);
+        chunk.writer->setWritableTags(m_writableTags);
         chunk.writer->setWriteInPlace(m_chunks.size() < inPlace.size() && inPlace[m_chunks.size()]);
         chunk.writer->addImages(images);
         chunk.exchangeFile =

@@ -36,6 +36,11 @@ public:
     // Each chunk runs a copy of `exiftool`, whose runner must be safe to use
     // from several threads at once, as the system's is.
     ParallelWrite(const ExifTool& exiftool, bool verbose, SidecarNaming naming);
+    // Handed to each chunk's writer (see MetadataManager::setWritableTags).
+    void setWritableTags(std::shared_ptr<const WritableTags> tags)
+    {
+        m_writableTags = std::move(tags);
+    }
 
     // Writes the exchange file of each chunk into `folder`. With `sidecars`,
     // each image's SourceFile moves to its sidecar, as a single write does.
@@ -68,6 +73,7 @@ private:
     ExifTool m_exiftool;
     bool m_verbose;
     SidecarNaming m_naming;
+    std::shared_ptr<const WritableTags> m_writableTags;
     std::vector<Chunk> m_chunks;
     WriteReport m_report;
 };

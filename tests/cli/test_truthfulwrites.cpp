@@ -323,9 +323,9 @@ TEST_F(TruthfulWrite, FilesOfAKilledChunkFailed)
         }
         csv += name.toLatin1() + ",t\n";
     }
-    const QString killer = writeFile(path("killing-exiftool"),
-                                     "#!/bin/sh\ncase \"$*\" in *QuillbrookMetadata-2.json*) "
-                                     "kill -9 $$;; esac\nexec /usr/bin/exiftool \"$@\"\n");
+    const QString killer =
+        writeFile(path("killing-exiftool"), "#!/bin/sh\ncase \"$*\" in *QuillbrookMetadata-2.*) "
+                                            "kill -9 $$;; esac\nexec /usr/bin/exiftool \"$@\"\n");
     QFile::setPermissions(killer, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
     const QString mappings =
         writeFile(path("chunks.json"), ('[' + rule("Title", "XMP-dc:Title") + ']').toUtf8());

@@ -60,7 +60,7 @@ bool writesWithExiftool(qint64 parent)
         const QList<QByteArray> rest = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
         const QByteArray command = procFile(pid, "cmdline");
         if (rest.size() > 1 && rest[1].toLongLong() == parent && command.contains("exiftool") &&
-            (command.contains("-json=") || command.contains("-@")))
+            (command.contains("-json=") || command.contains("-csv=") || command.contains("-@")))
             return true;
     }
     return false;

@@ -115,9 +115,10 @@ TEST_F(WriteTrustCli, ReportJournalAndUndoOfAWriteWithADamagedFile)
 TEST_F(WriteTrustCli, JournalIsOnDiskBeforeExiftoolWrites)
 {
     // Reads as exiftool does, and fails every write.
-    const QString failing = writeFile(m_dir.filePath("failing-exiftool"),
-                                      "#!/bin/sh\nfor a; do case \"$a\" in -json=*) exit 9;; esac; "
-                                      "done\nexec /usr/bin/exiftool \"$@\"\n");
+    const QString failing =
+        writeFile(m_dir.filePath("failing-exiftool"),
+                  "#!/bin/sh\nfor a; do case \"$a\" in -json=*|-csv=*) exit 9;; esac; "
+                  "done\nexec /usr/bin/exiftool \"$@\"\n");
     QFile::setPermissions(failing, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     const CliResult result = cli(assign({}, failing));
     EXPECT_EQ(result.status, 1);

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // These run the real exiftool on JPEG files made here.
+#include "exif/currentvalues.h"
 #include "exif/metadatareader.h"
+#include "exif/writabletags.h"
 
 #include <QDir>
 #include <QFile>
@@ -248,6 +250,105 @@ TEST_F(ExiftoolIntegration, PlentyOfStandardErrorNeitherStallsTheRunNorFloodsThe
                           .match(lines.last());
     ASSERT_TRUE(rest.hasMatch()) << lines.last().toStdString();
     EXPECT_GE(rest.captured(1).toInt(), 980);
+}
+
+// Plain text goes to exiftool as CSV; each value must arrive exactly as the
+// same value sent as JSON does.
+TEST_F(ExiftoolIntegration, PlainTextArrivesThroughCsvExactlyAsThroughJson)
+{
+    const QString title =
+        QString::fromUtf8("He said \"hi\", then\nleft \\ back: 東京 — Ünïcode, ½");
+    const std::vector<ExifImage::Metadata> rows = {
+        {{"XMP-dc:Title", title}, {"EXIF:Artist", "Ann, Bob"}},
+        {{"XMP-dc:Title", "  padded  "}, {"IPTC:City", "Malmö, 東京"}},
+        {{"XMP-dc:Title", "a\r\nb"}, {"XMP-dc:Description", "\t-"}},
+        {{"XMP-dc:Subject", DynamicValue::stringList({"studio", "東京", "look 1"})}},
+        {{"XMP-dc:Subject", DynamicValue::stringList({" lead", "trail  ", "x\ny"})}},
+        {{"XMP-dc:Subject", "solo"}, {"IPTC:Keywords", DynamicValue::stringList({"k"})}},
+        // Items for a tag that is no list arrive joined.
+        {{"XMP-dc:Title", DynamicValue::stringList({"a", "b"})}},
+    };
+    const auto tags =
+        WritableTagsCache(path("cache")).tagsOf(installedExiftoolPath(), ExiftoolConfig::none());
+    ASSERT_TRUE(tags);
+    const auto batch = [&](const QString& folder) {
+        std::vector<std::shared_ptr<ExifImage>> images;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            images.push_back(imageWith(makeJpeg(folder + QString::number(i) + ".jpg"), rows[i]));
+        return images;
+    };
+    const auto written = [&](const std::vector<std::shared_ptr<ExifImage>>& images,
+                             std::shared_ptr<const WritableTags> known) -> Outcome {
+        auto runner = std::make_shared<RecordingRunner>();
+        MetadataReader writer(runner);
+        writer.setVerbose(false);
+        const bool plain = bool(known);
+        writer.setWritableTags(std::move(known));
+        writer.addImages(images);
+        const QString json = path("exchange/QuillbrookMetadata.json");
+        if (const auto prepared = writer.writeJSON(json, false); !prepared)
+            return std::unexpected(prepared.error());
+        const Outcome outcome =
+            once([&](const MetadataCompletion& done) { writer.writeImages(json, done); });
+        EXPECT_EQ(runner->commandLines.front().front().startsWith("-csv="), plain);
+        return outcome;
+    };
+    ASSERT_TRUE(written(batch("csv/"), tags));
+    ASSERT_TRUE(written(batch("json/"), nullptr));
+    QStringList csvFiles;
+    QStringList jsonFiles;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        csvFiles << path("csv/%1.jpg").arg(i);
+        jsonFiles << path("json/%1.jpg").arg(i);
+    }
+    const QStringList read = {"XMP-dc:all", "EXIF:Artist", "IPTC:all"};
+    const auto throughCsv = readBack(csvFiles, read);
+    const auto throughJson = readBack(jsonFiles, read);
+    ASSERT_TRUE(throughCsv && throughJson);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        SCOPED_TRACE(i);
+        auto csvValues = throughCsv->at(QUrl::fromLocalFile(csvFiles[qsizetype(i)]))->metadata;
+        auto jsonValues = throughJson->at(QUrl::fromLocalFile(jsonFiles[qsizetype(i)]))->metadata;
+        csvValues.erase("SourceFile");
+        jsonValues.erase("SourceFile");
+        EXPECT_GE(csvValues.size(), rows[i].size());
+        EXPECT_EQ(csvValues, jsonValues);
+    }
+}
+
+// A read of tags that each name a group leaves exiftool's Composite tags
+// out; one that may want them must still find them.
+TEST_F(ExiftoolIntegration, ReadsFindTheTagsAskedForWithOrWithoutCompositeOnes)
+{
+    const QString file = makeJpeg("A.jpg");
+    ASSERT_TRUE(write({imageWith(file, {{"XMP-dc:Title", "Look"}, {"EXIF:Artist", "Ann"}})}));
+    const struct {
+        QStringList tags;
+        std::map<QString, QString> expected;
+    } rows[] = {
+        {{"XMP-dc:Title", "EXIF:Artist"}, {{"XMP-dc:Title", "Look"}, {"EXIF:Artist", "Ann"}}},
+        {{"ImageSize"}, {{"ImageSize", "16 16"}}},
+        {{"composite:ImageSize", "XMP:Title"},
+         {{"composite:ImageSize", "16 16"}, {"XMP:Title", "Look"}}},
+        {{"XMP:Title", "Megapixels"}, {{"XMP:Title", "Look"}, {"Megapixels", "0.000256"}}},
+    };
+    ExifTool exiftool(installedExiftoolPath(), {});
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.tags.join(' ').toStdString());
+        const auto current = readCurrentValues(exiftool, {file}, row.tags, true);
+        const auto exact = readExactValues(exiftool, {file}, row.tags);
+        ASSERT_TRUE(current && exact);
+        std::map<QString, QString> read;
+        for (const auto& [tag, value] : current->at(file))
+            read.emplace(tag, value.description());
+        EXPECT_EQ(read, row.expected);
+        read.clear();
+        for (const auto& [tag, value] : exact->at(file))
+            read.emplace(tag,
+                         QString::fromStdString(value.raw.is_string() ? value.raw.get<std::string>()
+                                                                      : value.raw.dump()));
+        EXPECT_EQ(read, row.expected);
+    }
 }
 
 } // namespace
