@@ -2,9 +2,16 @@
 #include "csvdatasourceviewcontroller.h"
 
 #include "app/errorpresenter.h"
+#include "app/imagekeypopup.h"
 #include "app/matchingstylepopup.h"
 
 #include "widgets/pathcontrol.h"
+
+#include "writing/metadataqueue.h"
+
+#include "sources/tagkeys.h"
+
+#include "mapping/columnrules.h"
 
 #include "preferences/preferences.h"
 
@@ -14,11 +21,14 @@
 #include <QComboBox>
 #include <QFileInfo>
 #include <QFormLayout>
+#include <QFutureWatcher>
 #include <QHBoxLayout>
+#include <QInputDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 
@@ -30,14 +40,25 @@ const QString noColumns = QStringLiteral("Select a CSV Above");
 
 using FieldDelimiter = CSVDataSource::FieldDelimiter;
 
-QComboBox* makeDelimiterPopUp(QWidget* parent)
+// A popup read by its current item on Linux: the description says what it
+// chooses.
+QComboBox* namedPopUp(QWidget* parent, const QString& objectName, const QString& name,
+                      const QString& toolTip)
 {
     auto* popUp = new QComboBox(parent);
-    popUp->setObjectName(QStringLiteral("delimiterPopUp"));
-    popUp->setAccessibleName(QStringLiteral("Field delimiter"));
-    popUp->setAccessibleDescription(popUp->accessibleName());
-    popUp->setToolTip(QStringLiteral("What separates the fields of the CSV file. Automatic "
-                                     "takes the one that splits the header line most."));
+    popUp->setObjectName(objectName);
+    popUp->setAccessibleName(name);
+    popUp->setAccessibleDescription(name);
+    popUp->setToolTip(toolTip);
+    return popUp;
+}
+
+QComboBox* makeDelimiterPopUp(QWidget* parent)
+{
+    auto* popUp =
+        namedPopUp(parent, QStringLiteral("delimiterPopUp"), QStringLiteral("Field delimiter"),
+                   QStringLiteral("What separates the fields of the CSV file. Automatic "
+                                  "takes the one that splits the header line most."));
     const std::pair<const char*, FieldDelimiter> items[] = {
         {"Comma", FieldDelimiter::comma},
         {"Semicolon", FieldDelimiter::semicolon},
@@ -46,6 +67,14 @@ QComboBox* makeDelimiterPopUp(QWidget* parent)
     };
     for (const auto& [title, delimiter] : items)
         popUp->addItem(QString::fromLatin1(title), int(delimiter));
+    return popUp;
+}
+
+QComboBox* makeSheetPopUp(QWidget* parent)
+{
+    auto* popUp = namedPopUp(parent, QStringLiteral("sheetPopUp"), QStringLiteral("Sheet"),
+                             QStringLiteral("The sheet of the spreadsheet the rows come from."));
+    popUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     return popUp;
 }
 
@@ -115,7 +144,10 @@ void CSVDataSourceViewController::loadWrappers(const std::map<QString, FileWrapp
     if (const auto style = m_settings.matchingStyle())
         m_csvDataSource->setMatchingStyle(*style);
     m_csvDataSource->setFieldDelimiter(m_settings.delimiter());
+    m_csvDataSource->setSheetName(m_settings.sheetName);
+    m_csvDataSource->setKeyTag(m_settings.keyTag);
     showDelimiter();
+    showImageKey();
 }
 
 void CSVDataSourceViewController::setEnabled(bool enabled)
@@ -125,7 +157,10 @@ void CSVDataSourceViewController::setEnabled(bool enabled)
         m_matchingStylePopUp->setEnabled(enabled);
     if (m_delimiterPopUp)
         m_delimiterPopUp->setEnabled(enabled);
+    if (m_sheetPopUp)
+        m_sheetPopUp->setEnabled(enabled);
     updateHeaderPopUpEnabled();
+    updateKeyControlsEnabled();
 }
 
 // The placeholder item is never a choice.
@@ -135,23 +170,37 @@ void CSVDataSourceViewController::updateHeaderPopUpEnabled()
         m_headerPopUp->setEnabled(m_enabled && !m_settings.keyNames.isEmpty());
 }
 
+// A key that names the file is compared with its path, never a tag; rules
+// come from columns only once there are some.
+void CSVDataSourceViewController::updateKeyControlsEnabled()
+{
+    if (m_imageKeyPopUp)
+        m_imageKeyPopUp->setEnabled(m_enabled &&
+                                    m_csvDataSource->matchingStyle() != MatchingStyle::path);
+    if (m_makeRulesButton)
+        m_makeRulesButton->setEnabled(m_enabled && !m_settings.keyNames.isEmpty());
+}
+
 QWidget* CSVDataSourceViewController::loadView()
 {
     auto* view = new QWidget;
     view->setObjectName(QStringLiteral("csvDataSourceView"));
     auto* form = new QFormLayout(view);
+    m_form = form;
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
 
     auto* fileRow = new QHBoxLayout;
     m_pathControl = new PathControl(view);
     m_pathControl->setObjectName(QStringLiteral("pathControl"));
-    m_pathControl->setAccessibleName(QStringLiteral("CSV file"));
-    m_pathControl->setNameFilters(
-        {QStringLiteral("CSV files (*.csv *.CSV *.txt)"), QStringLiteral("All files (*)")});
+    m_pathControl->setAccessibleName(QStringLiteral("Data file"));
+    m_pathControl->setNameFilters({QStringLiteral("Data files (*.csv *.CSV *.txt *.xlsx *.ods)"),
+                                   QStringLiteral("CSV files (*.csv *.CSV *.txt)"),
+                                   QStringLiteral("Spreadsheets (*.xlsx *.ods)"),
+                                   QStringLiteral("All files (*)")});
     m_reloadButton = new QPushButton(QStringLiteral("Reload"), view);
     m_reloadButton->setObjectName(QStringLiteral("reloadButton"));
-    m_reloadButton->setAccessibleName(QStringLiteral("Reload the CSV file"));
-    m_reloadButton->setToolTip(QStringLiteral("Read the CSV file again"));
+    m_reloadButton->setAccessibleName(QStringLiteral("Reload the data file"));
+    m_reloadButton->setToolTip(QStringLiteral("Read the data file again"));
     fileRow->addWidget(m_pathControl, 1);
     fileRow->addWidget(m_reloadButton);
     // Said only when the file wasn't Unicode, so that a wrong guess shows.
@@ -170,30 +219,50 @@ QWidget* CSVDataSourceViewController::loadView()
     fileColumn->addLayout(fileRow);
     fileColumn->addWidget(m_fileNote);
     fileColumn->addWidget(m_encodingNote);
-    form->addRow(QStringLiteral("CSV file:"), fileColumn);
+    form->addRow(QStringLiteral("Data file:"), fileColumn);
 
+    // A spreadsheet has sheets and no delimiter; a CSV file the other way
+    // round. Only the row that fits the file shows.
+    auto* sheetRow = new QHBoxLayout;
+    m_sheetPopUp = makeSheetPopUp(view);
+    sheetRow->addWidget(m_sheetPopUp);
+    sheetRow->addStretch(1);
+    form->addRow(QStringLiteral("Sheet:"), sheetRow);
+    m_sheetRow = sheetRow;
     auto* delimiterRow = new QHBoxLayout;
     m_delimiterPopUp = makeDelimiterPopUp(view);
     delimiterRow->addWidget(m_delimiterPopUp);
     delimiterRow->addStretch(1);
     form->addRow(QStringLiteral("Fields separated by:"), delimiterRow);
+    m_delimiterRow = delimiterRow;
 
     auto* matchRow = new QHBoxLayout;
-    auto* nameLabel = new QLabel(QStringLiteral("image name"), view);
+    m_imageKeyPopUp = makeImageKeyPopUp(view);
     auto* keyLabel = new QLabel(QStringLiteral("its value"), view);
     m_headerPopUp = new QComboBox(view);
     m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
     m_headerPopUp->setAccessibleName(QStringLiteral("File name column"));
     m_headerPopUp->setAccessibleDescription(m_headerPopUp->accessibleName());
     m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    m_matchingStylePopUp = makeMatchingStylePopUp(view);
+    m_matchingStylePopUp = makeMatchingStylePopUp(view, true);
     matchRow->addWidget(m_headerPopUp);
     matchRow->addSpacing(12);
-    matchRow->addWidget(nameLabel);
+    matchRow->addWidget(m_imageKeyPopUp);
     matchRow->addWidget(m_matchingStylePopUp);
     matchRow->addWidget(keyLabel);
     matchRow->addStretch(1);
     form->addRow(QStringLiteral("Key column:"), matchRow);
+
+    auto* rulesRow = new QHBoxLayout;
+    m_makeRulesButton = new QPushButton(QStringLiteral("Make rules from the columns"), view);
+    m_makeRulesButton->setObjectName(QStringLiteral("makeRulesButton"));
+    m_makeRulesButton->setAccessibleName(m_makeRulesButton->text());
+    m_makeRulesButton->setToolTip(
+        QStringLiteral("Add a rule for each column named after a tag exiftool can write "
+                       "(Title, XMP-dc:Subject\u2026), as exiftool -csv names its columns."));
+    rulesRow->addWidget(m_makeRulesButton);
+    rulesRow->addStretch(1);
+    form->addRow(QString(), rulesRow);
 
     connect(m_pathControl, &PathControl::action, this,
             &CSVDataSourceViewController::importFileAction);
@@ -208,6 +277,12 @@ QWidget* CSVDataSourceViewController::loadView()
             &CSVDataSourceViewController::matchStyleSelect);
     connect(m_delimiterPopUp, &QComboBox::currentIndexChanged, this,
             &CSVDataSourceViewController::delimiterSelect);
+    connect(m_sheetPopUp, &QComboBox::currentIndexChanged, this,
+            &CSVDataSourceViewController::sheetSelect);
+    connect(m_imageKeyPopUp, &QComboBox::currentIndexChanged, this,
+            &CSVDataSourceViewController::imageKeySelect);
+    connect(m_makeRulesButton, &QPushButton::clicked, this,
+            &CSVDataSourceViewController::makeRulesAction);
     return view;
 }
 
@@ -219,7 +294,10 @@ void CSVDataSourceViewController::viewDidLoad()
     }
     m_matchingStylePopUp->setEnabled(m_enabled);
     m_delimiterPopUp->setEnabled(m_enabled);
+    m_sheetPopUp->setEnabled(m_enabled);
     showDelimiter();
+    showSheets();
+    showImageKey();
     refreshHeaderPopUp(true);
 }
 
@@ -240,6 +318,7 @@ void CSVDataSourceViewController::refreshHeaderPopUp(bool autoImport)
         }
     }
     updateHeaderPopUpEnabled();
+    updateKeyControlsEnabled();
     m_reloadButton->setEnabled(m_settings.currentURL.has_value());
     if (m_settings.currentURL && autoImport) {
         const QUrl url = m_settings.currentURL->url;
@@ -271,7 +350,17 @@ void CSVDataSourceViewController::pathControlDoubleAction(const QUrl& url)
 
 void CSVDataSourceViewController::importFile(const QUrl& url)
 {
-    importFile(url, Import::chosen);
+    // Another file starts from its first sheet; one that doesn't read
+    // leaves the choice as it was.
+    const std::optional<QString> sheet = m_settings.sheetName;
+    if (!m_settings.currentURL || m_settings.currentURL->url != url) {
+        m_settings.sheetName.reset();
+        m_csvDataSource->setSheetName(std::nullopt);
+    }
+    if (!importFile(url, Import::chosen)) {
+        m_settings.sheetName = sheet;
+        m_csvDataSource->setSheetName(sheet);
+    }
 }
 
 bool CSVDataSourceViewController::importFile(const QUrl& url, Import how)
@@ -285,6 +374,10 @@ bool CSVDataSourceViewController::importFile(const QUrl& url, Import how)
         return false;
     }
     showEncodingNote();
+    showSheets();
+    // The file read is the one shown, however it was chosen.
+    if (m_pathControl)
+        m_pathControl->setUrl(url);
 
     const QStringList newNames = m_csvDataSource->keyNames();
     const QStringList oldSorted = sorted(m_settings.keyNames);
@@ -354,6 +447,7 @@ void CSVDataSourceViewController::matchStyleSelect()
         return;
     m_settings.selectedMatchStyle = tag;
     m_csvDataSource->setMatchingStyle(*style);
+    updateKeyControlsEnabled();
     contentChanged();
 }
 
@@ -367,17 +461,153 @@ void CSVDataSourceViewController::delimiterSelect()
     // it hold the new choice.
     m_settings.setDelimiter(chosen);
     m_csvDataSource->setFieldDelimiter(chosen);
-    const QUrl url = m_settings.currentURL ? m_settings.currentURL->url : QUrl();
-    if (url.isLocalFile() && QFileInfo::exists(url.toLocalFile())) {
-        // A file that doesn't read with this delimiter keeps the one it had.
-        if (!importFile(url, Import::sameFileOtherDelimiter)) {
+    // A file that doesn't read with this delimiter keeps the one it had.
+    reimport(
+        [this, previous] {
             m_settings.setDelimiter(previous);
             m_csvDataSource->setFieldDelimiter(previous);
             showDelimiter();
-        }
+        },
+        Import::sameFileOtherDelimiter);
+}
+
+void CSVDataSourceViewController::sheetSelect()
+{
+    const int index = m_sheetPopUp->currentIndex();
+    if (index < 0)
+        return;
+    // The first sheet is left out of the document, as it always was read.
+    const std::optional<QString> chosen =
+        index == 0 ? std::nullopt : std::optional(m_sheetPopUp->currentText());
+    const std::optional<QString> previous = m_settings.sheetName;
+    if (chosen == previous)
+        return;
+    m_settings.sheetName = chosen;
+    m_csvDataSource->setSheetName(chosen);
+    // Another sheet may have other columns: the user is asked, as for
+    // another file, and a sheet that doesn't read keeps the one there was.
+    reimport(
+        [this, previous] {
+            m_settings.sheetName = previous;
+            m_csvDataSource->setSheetName(previous);
+            showSheets();
+        },
+        Import::chosen);
+}
+
+void CSVDataSourceViewController::reimport(const std::function<void()>& undoChoice, Import how)
+{
+    const QUrl url = m_settings.currentURL ? m_settings.currentURL->url : QUrl();
+    if (url.isLocalFile() && QFileInfo::exists(url.toLocalFile())) {
+        if (!importFile(url, how))
+            undoChoice();
         return;
     }
     contentChanged();
+}
+
+void CSVDataSourceViewController::showSheets()
+{
+    if (!m_sheetPopUp || !m_form)
+        return;
+    const bool sheets = m_csvDataSource->isSpreadsheet();
+    {
+        const QSignalBlocker quiet(m_sheetPopUp);
+        m_sheetPopUp->clear();
+        m_sheetPopUp->addItems(m_csvDataSource->sheetNames());
+        m_sheetPopUp->setCurrentIndex(m_sheetPopUp->findText(m_csvDataSource->loadedSheet()));
+    }
+    m_form->setRowVisible(m_sheetRow, sheets);
+    m_form->setRowVisible(m_delimiterRow, !sheets);
+}
+
+void CSVDataSourceViewController::showImageKey()
+{
+    if (m_imageKeyPopUp)
+        qb::showImageKey(*m_imageKeyPopUp, m_settings.keyTag);
+}
+
+void CSVDataSourceViewController::imageKeySelect()
+{
+    const QVariant tag = m_imageKeyPopUp->currentData();
+    if (!tag.isValid()) {
+        chooseKeyTag();
+        return;
+    }
+    const QString name = tag.toString();
+    setKeyTag(name.isEmpty() ? std::nullopt : std::optional(name));
+}
+
+void CSVDataSourceViewController::chooseKeyTag()
+{
+    QInputDialog* dialog =
+        makeKeyTagDialog(m_imageKeyPopUp->window(), m_settings.keyTag.value_or(QString()));
+    connect(dialog, &QInputDialog::textValueSelected, this, [this](const QString& text) {
+        const QString tag = text.trimmed();
+        if (isTagName(tag)) {
+            setKeyTag(tag);
+            return;
+        }
+        showImageKey();
+        presentError(m_imageKeyPopUp->window(), notATagName(tag));
+    });
+    connect(dialog, &QInputDialog::rejected, this, &CSVDataSourceViewController::showImageKey);
+    dialog->open();
+}
+
+void CSVDataSourceViewController::setKeyTag(std::optional<QString> tag)
+{
+    if (tag == m_settings.keyTag) {
+        showImageKey();
+        return;
+    }
+    m_settings.keyTag = tag;
+    m_csvDataSource->setKeyTag(std::move(tag));
+    showImageKey();
+    contentChanged();
+}
+
+void CSVDataSourceViewController::makeRulesAction()
+{
+    if (!m_context.preferences || m_settings.keyNames.isEmpty())
+        return;
+    const QString exiftool =
+        MetadataQueue::shared(m_context.preferences->writeMethod()).exiftoolLocation();
+    using Tags = std::shared_ptr<const WritableTags>;
+    m_makeRulesButton->setEnabled(false);
+    auto* watcher = new QFutureWatcher<Tags>(this);
+    connect(watcher, &QFutureWatcher<Tags>::finished, this, [this, watcher, exiftool] {
+        watcher->deleteLater();
+        updateKeyControlsEnabled();
+        QWidget* window = m_makeRulesButton ? m_makeRulesButton->window() : nullptr;
+        const Tags tags = watcher->result();
+        const ColumnRules made = tags ? columnRules(keyNames(), *tags) : ColumnRules{};
+        if (!tags || made.rules.empty()) {
+            presentError(
+                window,
+                Error{QStringLiteral("QuillbrookErrorDomain"),
+                      0,
+                      QStringLiteral("No rules could be made from the columns."),
+                      tags ? QStringLiteral("No column is named after a tag exiftool can "
+                                            "write; the columns are %1.")
+                                 .arg(listText(keyNames()))
+                           : QStringLiteral("exiftool (%1) couldn\u2019t be asked which tags "
+                                            "it writes.")
+                                 .arg(exiftool),
+                      tags ? QStringLiteral("Name a column after the tag it fills, such as "
+                                            "Title or XMP-dc:Subject.")
+                           : QStringLiteral("Check that exiftool is installed."),
+                      {},
+                      {},
+                      {}});
+        } else if (DataSourceDelegate* delegate = this->delegate()) {
+            delegate->addRules(made.rules);
+        }
+        emit rulesMade();
+    });
+    watcher->setFuture(QtConcurrent::run([exiftool] {
+        return WritableTagsCache::shared().tagsOf(exiftool, ExiftoolConfig::none());
+    }));
 }
 
 void CSVDataSourceViewController::showDelimiter()

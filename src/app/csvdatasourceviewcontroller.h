@@ -9,15 +9,20 @@
 #include "widgets/pathcontrol.h"
 
 #include <QComboBox>
+#include <QFormLayout>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
 
+#include <functional>
+
 namespace qb {
 
-// The CSV panel: a file, how its fields are delimited, the column that holds
-// the file names, and the matching style.
+// The data file panel: a CSV file and how its fields are delimited, or a
+// spreadsheet and its sheet; the column that holds the keys, what of the
+// image a key is compared with (its name or a tag's value) and how; and
+// rules made from columns named after tags.
 class CSVDataSourceViewController final : public DataSourcePresentable {
     Q_OBJECT
 
@@ -40,6 +45,11 @@ public:
     void fileNameSelect();
     void matchStyleSelect();
     void delimiterSelect();
+    void sheetSelect();
+    void imageKeySelect();
+    // Adds a rule for each column named after a tag exiftool writes; asks
+    // exiftool which those are off the main thread.
+    void makeRulesAction();
 
     void importFile(const QUrl& url);
 
@@ -47,9 +57,18 @@ public:
     QComboBox* headerPopUp() const { return m_headerPopUp; }
     QComboBox* matchingStylePopUp() const { return m_matchingStylePopUp; }
     QComboBox* delimiterPopUp() const { return m_delimiterPopUp; }
+    // Shown for a spreadsheet only.
+    QComboBox* sheetPopUp() const { return m_sheetPopUp; }
+    // "image name", or "image's TAG" for the tag the keys are compared with.
+    QComboBox* imageKeyPopUp() const { return m_imageKeyPopUp; }
+    QPushButton* makeRulesButton() const { return m_makeRulesButton; }
     QLabel* encodingNote() const { return m_encodingNote; }
     // Says so when the document's CSV file can't be found.
     QLabel* fileNote() const { return m_fileNote; }
+
+signals:
+    // The rules from the columns were made and handed on, or couldn't be.
+    void rulesMade();
 
 protected:
     QWidget* loadView() override;
@@ -63,6 +82,12 @@ private:
     bool importFile(const QUrl& url, Import how);
     void refreshHeaderPopUp(bool autoImport);
     void showDelimiter();
+    void showSheets();
+    void showImageKey();
+    void updateKeyControlsEnabled();
+    void chooseKeyTag();
+    void setKeyTag(std::optional<QString> tag);
+    void reimport(const std::function<void()>& undoChoice, Import how);
     void showEncodingNote();
     void updateHeaderPopUpEnabled();
     void restorePathControl();
@@ -75,6 +100,12 @@ private:
     QPointer<QComboBox> m_headerPopUp;
     QPointer<QComboBox> m_matchingStylePopUp;
     QPointer<QComboBox> m_delimiterPopUp;
+    QPointer<QComboBox> m_sheetPopUp;
+    QPointer<QComboBox> m_imageKeyPopUp;
+    QPointer<QPushButton> m_makeRulesButton;
+    QLayout* m_sheetRow = nullptr;
+    QLayout* m_delimiterRow = nullptr;
+    QFormLayout* m_form = nullptr;
     QPointer<QLabel> m_encodingNote;
     QPointer<QLabel> m_fileNote;
     QString m_missingFile;

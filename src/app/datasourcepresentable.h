@@ -2,6 +2,7 @@
 #pragma once
 
 #include "documents/filewrapper.h"
+#include "mapping/metadatamapping.h"
 #include "mapping/metadatasource.h"
 
 #include <QObject>
@@ -14,6 +15,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace qb {
 
@@ -32,6 +34,9 @@ public:
     // The user chose to import data whose columns don't match the rows,
     // and to remove the rows with it; undo brings them back.
     virtual void removeRows() = 0;
+    // Rows the panel made for the user: added after the rows there are,
+    // leaving out those for a tag a row writes already.
+    virtual void addRules(const std::vector<MetadataMapping>& rules) = 0;
 };
 
 // What a panel needs from the application around it.

@@ -2,19 +2,21 @@
 #include "matchingstylepopup.h"
 
 #include "sources/filenamedatasource.h"
+#include "sources/matchfindings.h"
 
 namespace qb {
 
-QComboBox* makeMatchingStylePopUp(QWidget* parent)
+QComboBox* makeMatchingStylePopUp(QWidget* parent, bool withPath)
 {
     auto* popUp = new QComboBox(parent);
     popUp->setObjectName(QStringLiteral("matchingStylePopUp"));
     popUp->setAccessibleName(QStringLiteral("File name matching"));
     // Read by its current item on Linux; the description says what it is.
     popUp->setAccessibleDescription(popUp->accessibleName());
-    const char* titles[] = {"contains", "is equal to", "begins with", "matches", "ends with"};
     for (FileNameDataSource::MatchingStyle style : allMatchingStyles)
-        popUp->addItem(QString::fromLatin1(titles[int(style)]), int(style));
+        popUp->addItem(matchingStyleTitle(style), int(style));
+    if (withPath)
+        popUp->addItem(matchingStyleTitle(MatchingStyle::path), int(MatchingStyle::path));
     selectMatchingStyle(*popUp, int(FileNameDataSource::MatchingStyle::prefix));
     return popUp;
 }

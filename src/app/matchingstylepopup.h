@@ -6,8 +6,9 @@
 namespace qb {
 
 // One item per matching style, in the styles' order, each tagged with its
-// raw value: contains, is equal to, begins with, matches, ends with.
-QComboBox* makeMatchingStylePopUp(QWidget* parent);
+// raw value: contains, is equal to, begins with, matches, ends with, and,
+// where a key may name a file, is the file.
+QComboBox* makeMatchingStylePopUp(QWidget* parent, bool withPath = false);
 // Selects the item whose tag is `raw`; an unknown value leaves the popup alone.
 void selectMatchingStyle(QComboBox& popUp, qint64 raw);
 // The selected item's tag, or -1.

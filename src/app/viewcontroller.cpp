@@ -10,23 +10,30 @@
 #include "widgets/dropviews.h"
 #include "widgets/taborder.h"
 
+#include "writing/metadataqueue.h"
+
 #include "documents/mappingsdoc.h"
+#include "mapping/columnrules.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
 #include "sources/shotlistcoordinator.h"
+#include "sources/tagkeys.h"
 
 #include "extensions/log.h"
 #include "extensions/notificationcenter.h"
 
 #include <QAction>
 #include <QFileDialog>
+#include <QFutureWatcher>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QShowEvent>
+#include <QThread>
 #include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
 
 namespace qb {
 
@@ -100,6 +107,7 @@ QWidget* ViewController::buildImageBar()
     previewButton = m_writer->previewButton();
     connect(m_images, &ImagesAreaController::imagesChanged, this,
             &ViewController::updateWriteReadiness);
+    connect(m_images, &ImagesAreaController::imagesChanged, this, &ViewController::readImageKeys);
     connect(m_writer, &WriteController::writeFinished, this, &ViewController::writeFinished);
     return bar;
 }
@@ -238,8 +246,54 @@ void ViewController::refreshImageDisplay()
 
 void ViewController::updateWriteReadiness()
 {
+    // Images whose key tag is still being read would have no row yet.
     m_writer->setReady(m_images->hasWritableImages() && m_datasourceView &&
-                       m_datasourceView->isReady());
+                       m_datasourceView->isReady() && !m_readingKeys);
+}
+
+void ViewController::readImageKeys()
+{
+    const auto source =
+        m_datasourceView
+            ? std::dynamic_pointer_cast<FileNameDataSource>(m_datasourceView->dataSource())
+            : nullptr;
+    const auto& validated = validatedImages();
+    if (!source || m_readingKeys || !validated)
+        return;
+    const QList<QUrl> unread = source->imagesToReadKeysOf(validated->validImages);
+    if (unread.isEmpty())
+        return;
+    m_readingKeys = true;
+    updateWriteReadiness();
+    const QString tag = *source->keyTag();
+    const QString exiftool =
+        MetadataQueue::shared(m_services.preferences->writeMethod()).exiftoolLocation();
+    using Keys = std::expected<QHash<QUrl, QString>, Error>;
+    auto* watcher = new QFutureWatcher<Keys>(this);
+    connect(watcher, &QFutureWatcher<Keys>::finished, this, [this, watcher, source, unread, tag] {
+        watcher->deleteLater();
+        m_readingKeys = false;
+        const Keys keys = watcher->result();
+        // A tag changed meanwhile is read anew by the refresh.
+        if (source->keyTag() == tag) {
+            if (!keys)
+                presentError(window(), keys.error());
+            // Unreadable images count as read: they have no key, and are told.
+            source->addTagKeys(unread, keys.value_or(QHash<QUrl, QString>()));
+        }
+        refreshImageDisplay();
+    });
+    watcher->setFuture(QtConcurrent::run([exiftool, unread, tag] {
+        return readTagKeys(ExifTool(exiftool, {}), unread, tag, QThread::idealThreadCount());
+    }));
+}
+
+void ViewController::addRules(const std::vector<MetadataMapping>& rules)
+{
+    std::vector<MetadataMapping> rows = withColumnRules(rowsAsSaved(), rules);
+    // The document's change of rows places them in the editor.
+    if (rows != m_document.currentCriteriaRows())
+        m_document.setCriteria(std::move(rows));
 }
 
 void ViewController::rebuildCriteria()

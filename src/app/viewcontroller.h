@@ -104,6 +104,7 @@ public:
     void refreshImageDisplay() override;
     void saveRows() override;
     void removeRows() override;
+    void addRules(const std::vector<MetadataMapping>& rules) override;
 
 signals:
     // The data source panel was replaced.
@@ -131,6 +132,9 @@ private:
     // The rows as the document should keep them.
     std::vector<MetadataMapping> rowsAsSaved() const;
     void updateWriteReadiness();
+    // Reads, off the main thread, the key tag of the images whose value
+    // isn't known yet, and shows the images again with it.
+    void readImageKeys();
     PanelContext panelContext() const;
 
     MappingsDoc& m_document;
@@ -144,6 +148,7 @@ private:
     std::unique_ptr<DataSourcePresentable> m_datasourceView;
     bool m_criteriaAreLoading = false;
     bool m_criteriaBuilt = false;
+    bool m_readingKeys = false;
     bool m_tabOrderScheduled = false;
     std::vector<PlacedRow> m_placedRows;
     std::optional<QByteArray> m_panelSettings;

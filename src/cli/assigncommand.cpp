@@ -10,6 +10,7 @@
 #include "captureone/captureoneadjustmentwriter.h"
 #include "cards/plannedrows.h"
 #include "extensions/interruption.h"
+#include "mapping/columnrules.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
 #include "sources/matchfindings.h"
@@ -57,6 +58,12 @@ struct AssignOptions : WriteOptions {
     QCommandLineOption noJournal{QStringLiteral("no-journal"),
                                  QStringLiteral("Keep no journal of the values the write "
                                                 "replaces (see 'undo').")};
+    QCommandLineOption columnsAreTags{
+        QStringLiteral("columns-are-tags"),
+        QStringLiteral("Write each column whose header is a tag exiftool can write (Title, "
+                       "XMP-dc:Subject...) into that tag, list tags split at \", \", as "
+                       "exiftool -csv writes them; after the rows of --mappings or --document, "
+                       "if given, leaving out tags those rows write already.")};
     QCommandLineOption jobs{QStringLiteral("jobs"),
                             QStringLiteral("How many exiftool processes a large batch is split "
                                            "across; 0 means one per core (default: the "
@@ -236,7 +243,7 @@ std::optional<ExitStatus> tellFindings(const MatchFindings& findings, bool stric
 {
     for (const QString& line : findings.lines())
         printError(streams, line);
-    if (!strict || findings.isEmpty())
+    if (!strict || !findings.isAmbiguous())
         return std::nullopt;
     printError(streams, findings.strictError());
     return ExitStatus::usage;
@@ -320,11 +327,37 @@ std::expected<WriteChoice, ExitStatus> chosenWrite(const QCommandLineParser& par
     return choice;
 }
 
-// The rows of --mappings, else the document's; warns of those whose column
-// the data hasn't.
+// A rule for each column named after a tag the exiftool writes; tells
+// which columns write nothing.
+std::expected<std::vector<MetadataMapping>, ExitStatus>
+rulesOfColumns(const QStringList& headers, const QString& exiftool, Streams& streams)
+{
+    const auto writable =
+        WritableTagsCache::shared().tagsOf(exiftoolFor(exiftool), ExiftoolConfig::none());
+    if (!writable) {
+        printError(streams, QStringLiteral("exiftool (%1) can't be asked which tags it writes, "
+                                           "which --columns-are-tags needs")
+                                .arg(exiftoolFor(exiftool)));
+        return std::unexpected(ExitStatus::failure);
+    }
+    ColumnRules made = columnRules(headers, *writable);
+    if (made.rules.empty()) {
+        printError(streams, QStringLiteral("no column of the data is named after a tag exiftool "
+                                           "can write; the headers are: %1")
+                                .arg(headers.join(QStringLiteral(", "))));
+        return std::unexpected(ExitStatus::usage);
+    }
+    if (!made.otherColumns.isEmpty())
+        printError(streams, QStringLiteral("columns that write no tag: %1")
+                                .arg(made.otherColumns.join(QStringLiteral(", "))));
+    return std::move(made.rules);
+}
+
+// The rows of --mappings, else the document's, and those of the columns
+// when asked; warns of those whose column the data hasn't.
 std::expected<std::vector<MetadataMapping>, ExitStatus>
 chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
-               const LoadedSource& source, Streams& streams)
+               const LoadedSource& source, const QString& exiftool, Streams& streams)
 {
     auto mappings = chosenRows(parser, options, source);
     if (!mappings) {
@@ -333,6 +366,12 @@ chosenMappings(const QCommandLineParser& parser, const AssignOptions& options,
     }
     for (const QString& warning : missingColumnWarnings(*mappings, source.dataSource->keyNames()))
         printError(streams, warning);
+    if (parser.isSet(options.columnsAreTags)) {
+        auto rules = rulesOfColumns(source.dataSource->keyNames(), exiftool, streams);
+        if (!rules)
+            return std::unexpected(rules.error());
+        *mappings = withColumnRules(std::move(*mappings), *rules);
+    }
     for (const QString& warning : overruledRuleWarnings(*mappings))
         printError(streams, warning);
     return std::move(*mappings);
@@ -361,17 +400,19 @@ ExitStatus assign(const QCommandLineParser& parser, const AssignOptions& options
     auto source = loadSource(parser, sourceOptions, streams);
     if (!source)
         return source.error();
-    const auto mappings = chosenMappings(parser, options, *source, streams);
+    const QString exiftool = parser.value(sourceOptions.exiftool);
+    const auto mappings = chosenMappings(parser, options, *source, exiftool, streams);
     if (!mappings)
         return mappings.error();
     const FolderSearch found = searchImages(parser, sourceOptions, streams);
+    if (auto keyed = readImageKeys(*source->dataSource, found.images, exiftool, streams); !keyed)
+        return keyed.error();
     if (!choice.reportPath.isEmpty()) {
         if (const auto problem = reportPathProblem(choice.reportPath, found.images)) {
             printError(streams, *problem);
             return ExitStatus::usage;
         }
     }
-    const QString exiftool = parser.value(sourceOptions.exiftool);
     ExifImages images;
     if (cards) {
         const auto plan = planCardSession(found.images, *source->dataSource, *cards,
@@ -433,9 +474,10 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
                        "recursively unless --no-recursive."));
     const AssignOptions options;
     const SourceOptions sourceOptions;
-    parser.addOptions({options.mappings, options.dryRun, options.strict, options.method,
-                       options.sidecarName, options.preview, options.json, options.report,
-                       options.noJournal, options.jobs, options.emptyCells, options.cards});
+    parser.addOptions({options.mappings, options.columnsAreTags, options.dryRun, options.strict,
+                       options.method, options.sidecarName, options.preview, options.json,
+                       options.report, options.noJournal, options.jobs, options.emptyCells,
+                       options.cards});
     parser.addOptions(options.cardOptions.all());
     parser.addOptions(sourceOptions.all());
     parser.addPositionalArgument(QStringLiteral("PATH..."), QStringLiteral("Images or folders."));
@@ -445,9 +487,10 @@ ExitStatus assignCommand(const QStringList& arguments, Streams& streams)
     const auto choice = chosenWrite(parser, options, streams);
     if (!choice)
         return choice.error();
-    if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document)) {
-        printError(streams, QStringLiteral("assign needs --mappings or --document; see "
-                                           "'assign --help'"));
+    if (!parser.isSet(options.mappings) && !parser.isSet(sourceOptions.document) &&
+        !parser.isSet(options.columnsAreTags)) {
+        printError(streams, QStringLiteral("assign needs --mappings, --document or "
+                                           "--columns-are-tags; see 'assign --help'"));
         return ExitStatus::usage;
     }
     if (parser.isSet(options.json) && !parser.isSet(options.preview)) {

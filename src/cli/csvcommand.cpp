@@ -5,6 +5,7 @@
 #include "jsonoutput.h"
 
 #include "sources/csvdatasource.h"
+#include "spreadsheet/spreadsheet.h"
 
 #include <QFileInfo>
 
@@ -155,10 +156,21 @@ std::expected<void, ExitStatus> loadCsvFile(CSVDataSource& source, const QUrl& u
 {
     if (auto loaded = source.loadCSV(url); !loaded)
         return std::unexpected(printCsvLoadError(streams, loaded.error(), canForceEncoding));
+    const QString fileName = QFileInfo(url.toLocalFile()).fileName();
     if (const auto& page = source.detectedCodePage())
         printError(streams, QStringLiteral("%1 is not UTF-8; read it as %2")
-                                .arg(QFileInfo(url.toLocalFile()).fileName(),
-                                     QString::fromLatin1(page->displayName)));
+                                .arg(fileName, QString::fromLatin1(page->displayName)));
+    // A sheet full of #N/A would bury everything else.
+    constexpr qsizetype shownNotes = 5;
+    const QStringList& notes = source.notes();
+    for (qsizetype i = 0; i < std::min(notes.size(), shownNotes); ++i)
+        printError(streams, QStringLiteral("%1, sheet \u201c%2\u201d: %3")
+                                .arg(fileName, source.loadedSheet(), notes[i]));
+    if (notes.size() > shownNotes)
+        printError(streams, QStringLiteral("\u2026 and %1 more cells of %2 read as empty or not "
+                                           "as shown")
+                                .arg(notes.size() - shownNotes)
+                                .arg(fileName));
     return {};
 }
 
@@ -166,15 +178,18 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Shows a CSV file as Quillbrook reads it, as JSON."));
+        QStringLiteral("Shows a CSV file, or a sheet of a spreadsheet (.xlsx, .ods), as "
+                       "Quillbrook reads it, as JSON."));
     const ReaderOptions options;
     const QCommandLineOption keyOption(QStringLiteral("key"),
                                        QStringLiteral("Show the table keyed by this column."),
                                        QStringLiteral("COLUMN"));
     const QCommandLineOption delimiter = delimiterOption();
-    parser.addOptions({keyOption, delimiter});
+    const QCommandLineOption sheet = sheetOption();
+    parser.addOptions({keyOption, delimiter, sheet});
     parser.addOptions(options.readerOptions());
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The CSV file."));
+    parser.addPositionalArgument(QStringLiteral("FILE"),
+                                 QStringLiteral("The CSV file or spreadsheet."));
     if (const auto status = parseCommandLine(parser, QStringLiteral("csv"), arguments, streams))
         return *status;
     if (parser.positionalArguments().size() != 1) {
@@ -191,6 +206,12 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
     if (readerOptionSet && parser.isSet(delimiter)) {
         printError(streams, QStringLiteral("--delimiter reads as the data source does; give it "
                                            "or reader options, not both"));
+        return ExitStatus::usage;
+    }
+    const bool spreadsheet = isSpreadsheetPath(url.toLocalFile());
+    if ((readerOptionSet || parser.isSet(delimiter)) && spreadsheet) {
+        printError(streams, QStringLiteral("--delimiter and the reader options are for CSV "
+                                           "files; a spreadsheet's cells need none of them"));
         return ExitStatus::usage;
     }
     if (readerOptionSet) {
@@ -211,8 +232,16 @@ ExitStatus csvCommand(const QStringList& arguments, Streams& streams)
             return ExitStatus::usage;
         }
         source.setFieldDelimiter(*named);
+        if (parser.isSet(sheet))
+            source.setSheetName(parser.value(sheet));
         if (auto loaded = loadCsvFile(source, url, streams, false); !loaded)
             return loaded.error();
+    }
+    if (parser.isSet(sheet) && !source.isSpreadsheet()) {
+        printError(streams, QStringLiteral("--sheet is for spreadsheets (.xlsx, .ods); %1 is "
+                                           "read as CSV")
+                                .arg(QFileInfo(url.toLocalFile()).fileName()));
+        return ExitStatus::usage;
     }
 
     if (!parser.isSet(keyOption)) {

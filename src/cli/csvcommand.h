@@ -20,6 +20,14 @@ inline QCommandLineOption delimiterOption()
             QStringLiteral("NAME")};
 }
 
+// Which sheet of a spreadsheet the rows come from.
+inline QCommandLineOption sheetOption()
+{
+    return {QStringLiteral("sheet"),
+            QStringLiteral("The sheet of a spreadsheet to read (default: the first)."),
+            QStringLiteral("NAME")};
+}
+
 // The options that configure the CSV reader, shared by the commands that read CSV.
 struct ReaderOptions {
     QCommandLineOption fieldDelimiter{QStringLiteral("field-delimiter"),
@@ -61,7 +69,8 @@ ExitStatus printCsvLoadError(Streams& streams, const CSVLoadError& error,
 std::expected<CSVDataSource::FieldDelimiter, QString> delimiterNamed(const QString& name);
 std::expected<TextEncoding, QString> encodingNamed(const QString& name);
 // Loads the file into the data source, and says on stderr which code page a
-// file that isn't Unicode was read in.
+// file that isn't Unicode was read in, or which cells of a spreadsheet
+// didn't read as shown.
 std::expected<void, ExitStatus> loadCsvFile(CSVDataSource& source, const QUrl& url,
                                             Streams& streams, bool canForceEncoding);
 

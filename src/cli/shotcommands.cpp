@@ -37,6 +37,10 @@ ExitStatus shotlistCommand(const QStringList& arguments, Streams& streams)
 
     auto provider = std::make_shared<URLImageProvider>(fileUrls(parser.positionalArguments()),
                                                        !parser.isSet(sourceOptions.noRecursive));
+    if (auto keyed = readImageKeys(*source->dataSource, provider->images(),
+                                   parser.value(sourceOptions.exiftool), streams);
+        !keyed)
+        return keyed.error();
     ShotlistCoordinator coordinator(provider, source->dataSource);
     coordinator.setRequireMatchingFolder(parser.isSet(requireFolder));
     std::vector<ShotRequest> shots = coordinator.shotRequests();

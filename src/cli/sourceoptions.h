@@ -16,18 +16,29 @@
 
 namespace qb::cli {
 
-// The options that say where rows come from, shared by assign, shotlist and
-// folders: a CSV file keyed by a column, the metadata of other images, or
-// the saved settings of a mappings document.
+// The options that say where rows come from, shared by assign, shotlist,
+// folders and watch: a CSV file or a spreadsheet's sheet keyed by a column,
+// the metadata of other images, or the saved settings of a mappings
+// document.
 struct SourceOptions {
-    QCommandLineOption csv{QStringLiteral("csv"), QStringLiteral("The CSV data file."),
+    QCommandLineOption csv{QStringLiteral("csv"),
+                           QStringLiteral("The data file: CSV, or a spreadsheet (.xlsx, .ods)."),
                            QStringLiteral("FILE")};
+    QCommandLineOption sheet = sheetOption();
     QCommandLineOption key{QStringLiteral("key"),
-                           QStringLiteral("The CSV column matched against image names."),
+                           QStringLiteral("The column matched against the images."),
                            QStringLiteral("COLUMN")};
     QCommandLineOption match{QStringLiteral("match"),
-                             QStringLiteral("contains, equals, prefix (default), regex or suffix."),
+                             QStringLiteral("contains, equals, prefix (default), regex or suffix "
+                                            "of the image's name (or key tag); path: the key is "
+                                            "the image's path, absolute or from the data file's "
+                                            "folder."),
                              QStringLiteral("STYLE")};
+    QCommandLineOption keyTag{QStringLiteral("key-tag"),
+                              QStringLiteral("Match the key column against this tag's value in "
+                                             "each image (e.g. EXIF:SerialNumber) instead of "
+                                             "its name."),
+                              QStringLiteral("TAG")};
     QCommandLineOption document{QStringLiteral("document"),
                                 QStringLiteral("A mappings document (.qbmap): its rows and its "
                                                "saved CSV settings, which the options above "
@@ -51,7 +62,8 @@ struct SourceOptions {
 
     QList<QCommandLineOption> all() const
     {
-        return {csv, key, match, document, imageSource, noRecursive, exiftool, delimiter, encoding};
+        return {csv,         sheet,       key,      match,     keyTag,  document,
+                imageSource, noRecursive, exiftool, delimiter, encoding};
     }
 };
 
@@ -68,6 +80,13 @@ struct LoadedSource {
 // rows; prints the reason and answers the exit status when it can't.
 std::expected<LoadedSource, ExitStatus> loadSource(const QCommandLineParser& parser,
                                                    const SourceOptions& options, Streams& streams);
+
+// The exiftool that --exiftool names, else the one a write would run.
+QString exiftoolFor(const QString& given);
+// When the rows are keyed by a tag, reads its value from each image, with
+// one exiftool per core; prints why it can't.
+std::expected<void, ExitStatus> readImageKeys(FileNameDataSource& source, const QList<QUrl>& images,
+                                              const QString& exiftool, Streams& streams);
 
 std::optional<FileNameDataSource::MatchingStyle> matchingStyleNamed(const QString& name);
 // Absolute file URLs of the paths as given on the command line.

@@ -15,6 +15,7 @@
 #include "extensions/interruption.h"
 #include "mapping/metadataassignment.h"
 #include "preferences/preferences.h"
+#include "sources/tagkeys.h"
 #include "writing/folderclaim.h"
 #include "writing/folderwatcher.h"
 #include "writing/metadataqueue.h"
@@ -125,13 +126,16 @@ std::expected<WatchSetup, QString> chosenSetup(const QCommandLineParser& parser,
 class Watch {
 public:
     // With `cards`, each capture gets the current subject's row instead of
-    // the one its name matches.
+    // the one its name matches. `keyReader` reads a capture's key tag, when
+    // the rows are keyed by one.
     Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, WatchCards* cards,
+          ExifTool keyReader,
           Streams& streams)
         : m_watcher(watcher)
         , m_queue(queue)
         , m_rows(rows)
         , m_cards(cards)
+        , m_keyReader(std::move(keyReader))
         , m_streams(streams)
     {
         QObject::connect(&queue, &MetadataQueue::writeReported, &queue,
@@ -204,6 +208,13 @@ private:
     void write(const QString& path, const MetadataSource& source)
     {
         const QString name = QFileInfo(path).fileName();
+        if (const auto unkeyed = readKey(path)) {
+            printError(m_streams, QStringLiteral("%1: %2; skipped").arg(name, *unkeyed));
+            ++m_skipped;
+            m_watcher.finished(path);
+            next();
+            return;
+        }
         const ExifImages images =
             mapImages(URLListProvider({QUrl::fromLocalFile(path)}), source, m_rows.rows().mappings);
         if (images.empty()) {
@@ -240,10 +251,27 @@ private:
         });
     }
 
+    // Reads the capture's key tag through the long-lived exiftool, when the
+    // rows are keyed by one; why the capture has no key, if it hasn't.
+    std::optional<QString> readKey(const QString& path)
+    {
+        FileNameDataSource& source = *m_rows.rows().source.dataSource;
+        if (!source.keyTag() || source.matchingStyle() == FileNameDataSource::MatchingStyle::path)
+            return std::nullopt;
+        auto keys = readTagKeys(m_keyReader, {QUrl::fromLocalFile(path)}, *source.keyTag());
+        if (!keys)
+            return keys.error().message();
+        if (keys->isEmpty())
+            return QStringLiteral("has no %1").arg(*source.keyTag());
+        source.addTagKeys({QUrl::fromLocalFile(path)}, *keys);
+        return std::nullopt;
+    }
+
     FolderWatcher& m_watcher;
     MetadataQueue& m_queue;
     WatchRows& m_rows;
     WatchCards* m_cards;
+    ExifTool m_keyReader;
     Streams& m_streams;
     std::deque<QString> m_waiting;
     FileOutcomes m_outcomes;
@@ -310,7 +338,8 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows
                                                 cardDecoder(exiftoolToRun(exiftool)), streams);
         subjects->listenToStandardInput([&rows] { return rows.rows().source.dataSource; });
     }
-    Watch writes(watcher, queue, rows, subjects.get(), streams);
+    Watch writes(watcher, queue, rows, subjects.get(),
+                 ExifTool(queue.exiftoolLocation(), {}, longLived), streams);
     std::optional<QString> gone;
     QObject::connect(&watcher, &FolderWatcher::arrived, &watcher,
                      [&writes](const QString& path) { writes.take(path); });

@@ -63,6 +63,19 @@ QStringList RowStorage::row(qsizetype row) const
     return fields;
 }
 
+std::shared_ptr<const HeaderLookup> makeHeaderLookup(const QStringList& headers)
+{
+    auto lookup = std::make_shared<HeaderLookup>();
+    lookup->reserve(headers.size());
+    for (qsizetype column = 0; column < headers.size(); ++column) {
+        const QString name = headers[column].normalized(QString::NormalizationForm_C);
+        if (lookup->contains(name))
+            return nullptr;
+        lookup->insert(name, column);
+    }
+    return lookup;
+}
+
 std::optional<qsizetype> lookupColumn(const HeaderLookup& lookup, const QString& header)
 {
     // Keys are stored composed, so a composed name is found at once.
@@ -139,6 +152,30 @@ CSVFileView::CSVFileView(QStringList headers, std::shared_ptr<const csvdetail::R
     , m_rows(std::move(rows))
     , m_lookup(std::move(lookup))
 {
+}
+
+std::optional<CSVFileView> CSVFileView::fromTable(QStringList headers,
+                                                  const std::vector<QStringList>& rows)
+{
+    auto lookup = csvdetail::makeHeaderLookup(headers);
+    if (!lookup)
+        return std::nullopt;
+    auto storage = std::make_shared<csvdetail::RowStorage>();
+    storage->fieldCount = headers.size();
+    QString text;
+    std::vector<qsizetype> ends;
+    for (const QStringList& row : rows) {
+        text.clear();
+        ends.clear();
+        for (const QString& field : row) {
+            text += field;
+            ends.push_back(text.size());
+        }
+        ends.resize(std::size_t(headers.size()), text.size());
+        storage->append(text, ends);
+    }
+    storage->squeeze();
+    return CSVFileView(std::move(headers), std::move(storage), std::move(lookup));
 }
 
 QList<QStringList> CSVFileView::rows() const

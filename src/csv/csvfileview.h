@@ -44,6 +44,9 @@ struct RowStorage {
 // Header names in canonical composition, mapped to their column.
 using HeaderLookup = QHash<QString, qsizetype>;
 
+// The lookup of a header row; null when two names are the same.
+std::shared_ptr<const HeaderLookup> makeHeaderLookup(const QStringList& headers);
+
 // The column of a header name, compared under canonical equivalence.
 std::optional<qsizetype> lookupColumn(const HeaderLookup& lookup, const QString& header);
 
@@ -176,6 +179,11 @@ public:
     CSVFileView();
     CSVFileView(QStringList headers, std::shared_ptr<const csvdetail::RowStorage> rows,
                 std::shared_ptr<const csvdetail::HeaderLookup> lookup);
+    // A table read elsewhere, such as a spreadsheet's sheet, held the same
+    // way; each row is as wide as the headers. Nothing when two headers are
+    // the same, which reading a CSV file refuses too.
+    static std::optional<CSVFileView> fromTable(QStringList headers,
+                                                const std::vector<QStringList>& rows);
 
     const QStringList& headers() const { return m_headers; }
     qsizetype rowCount() const { return m_rows->rowCount(); }

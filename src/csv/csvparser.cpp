@@ -11,14 +11,9 @@ constexpr char32_t noQuote = endOfInput - 1;
 
 std::shared_ptr<const HeaderLookup> makeLookup(const QStringList& headers)
 {
-    auto lookup = std::make_shared<HeaderLookup>();
-    lookup->reserve(headers.size());
-    for (qsizetype column = 0; column < headers.size(); ++column) {
-        const QString name = headers[column].normalized(QString::NormalizationForm_C);
-        if (lookup->contains(name))
-            throw csvfailure::duplicateHeaders();
-        lookup->insert(name, column);
-    }
+    auto lookup = makeHeaderLookup(headers);
+    if (!lookup)
+        throw csvfailure::duplicateHeaders();
     return lookup;
 }
 

@@ -78,6 +78,10 @@ std::expected<Json, Error> CSVDatasourceSettings::toJson() const
     }
     if (fieldDelimiter)
         json["fieldDelimiter"] = qb::toJson(*fieldDelimiter);
+    if (sheetName)
+        json["sheetName"] = qb::toJson(*sheetName);
+    if (keyTag)
+        json["keyTag"] = qb::toJson(*keyTag);
     return json;
 }
 
@@ -96,6 +100,8 @@ CSVDatasourceSettings CSVDatasourceSettings::fromJson(const JsonObject& object,
     settings.selectedHeader = optionalString(object, "selectedHeader");
     settings.selectedMatchStyle = object.integer("selectedMatchStyle");
     settings.fieldDelimiter = optionalString(object, "fieldDelimiter");
+    settings.sheetName = optionalString(object, "sheetName");
+    settings.keyTag = optionalString(object, "keyTag");
     if (object.contains("currentURL") && !object.json().at("currentURL").is_null())
         settings.currentURL = BookmarkURL::fromJson(object.json().at("currentURL"),
                                                     object.pathOf("currentURL"), relativeTo);

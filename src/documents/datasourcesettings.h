@@ -37,6 +37,12 @@ struct CSVDatasourceSettings {
     // reads as it did before the choice existed; readers that predate it
     // ignore the member.
     std::optional<QString> fieldDelimiter;
+    // The sheet of a spreadsheet the rows come from; left out for its first
+    // sheet and for a CSV file, so that those documents read as before.
+    std::optional<QString> sheetName;
+    // The tag whose value keys each image instead of its name; left out
+    // for the name.
+    std::optional<QString> keyTag;
 
     // Nothing when the raw value names no style.
     std::optional<FileNameDataSource::MatchingStyle> matchingStyle() const;

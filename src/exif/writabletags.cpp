@@ -24,9 +24,37 @@ void addGroups(const QXmlStreamAttributes& attributes, QSet<QString>& groups)
     }
 }
 
-// How the kept answer marks an IPTC text tag's limit, apart from the
-// names: no tag name starts with it.
+// How the kept answer marks an IPTC text tag's limit, and the groups where
+// a tag is a list, apart from the names: no tag name starts with '@'.
 const QString iptcLinePrefix = QStringLiteral("@iptc:");
+const QString listLinePrefix = QStringLiteral("@list:");
+
+// exiftool's flags for a tag that holds several items.
+bool flagsMarkList(QStringView flags)
+{
+    for (const QStringView flag : flags.split(QLatin1Char(','))) {
+        if (flag == u"List" || flag == u"Bag" || flag == u"Seq" || flag == u"Alt")
+            return true;
+    }
+    return false;
+}
+
+QByteArray groupsLine(const QString& prefix, const QString& name, const QSet<QString>& groups)
+{
+    const QStringList list(groups.cbegin(), groups.cend());
+    return (prefix + name + QLatin1Char(' ') + list.join(QLatin1Char(','))).toUtf8() + '\n';
+}
+
+// A tag as written, "GROUP:...:Name", split into its name and groups; the
+// name loses exiftool's '#' behind it.
+std::pair<QString, QStringList> nameAndGroups(const QString& tag)
+{
+    QStringList parts = tag.split(QLatin1Char(':'));
+    QString name = parts.takeLast();
+    if (name.endsWith(QLatin1Char('#'))) // exiftool's mark for a value without conversion
+        name.chop(1);
+    return {name, parts};
+}
 
 // A group as written before a tag name, without its family number.
 QString plainGroup(const QString& group)
@@ -73,6 +101,11 @@ std::optional<WritableTags> WritableTags::fromTagDatabase(const QByteArray& xml)
             QSet<QString>& groups = tags.m_groupsByName[name];
             groups.unite(tableGroups);
             addGroups(attributes, groups);
+            if (flagsMarkList(attributes.value(QLatin1String("flags")))) {
+                QSet<QString>& listGroups = tags.m_listGroupsByName[name];
+                listGroups.unite(tableGroups);
+                addGroups(attributes, listGroups);
+            }
             // A record's text tags, such as Caption-Abstract (string[0,2000]):
             // their count is the most bytes the record holds.
             if (iptcTable && attributes.value(QLatin1String("type")) == QLatin1String("string"))
@@ -88,10 +121,10 @@ std::optional<WritableTags> WritableTags::fromTagDatabase(const QByteArray& xml)
 QByteArray WritableTags::serialized() const
 {
     QByteArray text;
-    for (auto it = m_groupsByName.cbegin(); it != m_groupsByName.cend(); ++it) {
-        const QStringList groups(it.value().cbegin(), it.value().cend());
-        text += (it.key() + QLatin1Char(' ') + groups.join(QLatin1Char(','))).toUtf8() + '\n';
-    }
+    for (auto it = m_groupsByName.cbegin(); it != m_groupsByName.cend(); ++it)
+        text += groupsLine({}, it.key(), it.value());
+    for (auto it = m_listGroupsByName.cbegin(); it != m_listGroupsByName.cend(); ++it)
+        text += groupsLine(listLinePrefix, it.key(), it.value());
     for (auto it = m_iptcTextLimits.cbegin(); it != m_iptcTextLimits.cend(); ++it)
         text +=
             (iptcLinePrefix + it.key() + QLatin1Char(' ') + QString::number(it.value())).toUtf8() +
@@ -111,7 +144,11 @@ std::optional<WritableTags> WritableTags::fromSerialized(const QByteArray& text)
                                          parts[1].toInt());
             continue;
         }
-        QSet<QString>& groups = tags.m_groupsByName[QString::fromUtf8(parts[0])];
+        QString name = QString::fromUtf8(parts[0]);
+        const bool list = name.startsWith(listLinePrefix);
+        if (list)
+            name.remove(0, listLinePrefix.size());
+        QSet<QString>& groups = (list ? tags.m_listGroupsByName : tags.m_groupsByName)[name];
         for (const QByteArray& group : parts[1].split(','))
             groups.insert(QString::fromUtf8(group));
     }
@@ -137,12 +174,27 @@ bool WritableTags::isIptcText(const QString& name) const
     return m_iptcTextLimits.contains(name.toLower());
 }
 
+bool WritableTags::isList(const QString& tag) const
+{
+    const auto [name, parts] = nameAndGroups(tag);
+    const auto it = m_listGroupsByName.constFind(name.toLower());
+    if (it == m_listGroupsByName.cend())
+        return false;
+    bool grouped = false;
+    for (const QString& group : parts) {
+        const QString plain = plainGroup(group);
+        if (plain.isEmpty() || plain == QLatin1String("all"))
+            continue;
+        if (it->contains(plain))
+            return true;
+        grouped = true;
+    }
+    return !grouped;
+}
+
 bool WritableTags::canWrite(const QString& tag) const
 {
-    QStringList parts = tag.split(QLatin1Char(':'));
-    QString name = parts.takeLast();
-    if (name.endsWith(QLatin1Char('#'))) // exiftool's mark for a value without conversion
-        name.chop(1);
+    const auto [name, parts] = nameAndGroups(tag);
     const QSet<QString>* groups = groupsOf(name);
     // "Title-fr" writes the French entry of Title.
     if (!groups && name.contains(QLatin1Char('-')))
@@ -183,7 +235,7 @@ std::shared_ptr<const WritableTags> WritableTagsCache::tagsOf(const QString& loc
     const QMutexLocker locker(&m_mutex);
     if (const auto it = m_known.find(key); it != m_known.end())
         return it->second;
-    const QString file = QDir(m_folder).filePath(QStringLiteral("writable-tags-2-%1.txt").arg(key));
+    const QString file = QDir(m_folder).filePath(QStringLiteral("writable-tags-3-%1.txt").arg(key));
     std::shared_ptr<const WritableTags> tags;
     if (QFile saved(file); saved.open(QIODevice::ReadOnly)) {
         if (auto read = WritableTags::fromSerialized(saved.readAll()))
@@ -211,7 +263,8 @@ std::shared_ptr<const WritableTags> WritableTagsCache::ask(const QString& locati
     ExifTool exiftool(location, {}, m_runner);
     exiftool.setConfig(config);
     std::shared_ptr<const WritableTags> tags;
-    exiftool.run({QStringLiteral("-listx"), QStringLiteral("-s")},
+    // -f adds each tag's flags, which tell the lists.
+    exiftool.run({QStringLiteral("-listx"), QStringLiteral("-s"), QStringLiteral("-f")},
                  [&tags](std::expected<ProcessResult, ExiftoolError> result) {
                      if (!result)
                          return;

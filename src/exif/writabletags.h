@@ -31,6 +31,11 @@ public:
     // language code behind a name ("Title-fr").
     bool canWrite(const QString& tag) const;
 
+    // Whether `tag`, taken as canWrite() takes it, is a list: a value of
+    // several items (exiftool's List, Bag, Seq and Alt). A name alone is a
+    // list when it is one in any group; with groups, in one of them.
+    bool isList(const QString& tag) const;
+
     // The most bytes an IPTC text tag holds ("Caption-Abstract" 2000), from
     // its record's definition; nothing for a tag that isn't an IPTC text
     // or has no limit. A list tag's limit is for each of its elements.
@@ -42,8 +47,9 @@ public:
 private:
     const QSet<QString>* groupsOf(const QString& name) const;
 
-    QHash<QString, QSet<QString>> m_groupsByName; // all in lower case
-    QHash<QString, int> m_iptcTextLimits;         // by lower-case name; 0 for none
+    QHash<QString, QSet<QString>> m_groupsByName;     // all in lower case
+    QHash<QString, QSet<QString>> m_listGroupsByName; // the groups where a name is a list
+    QHash<QString, int> m_iptcTextLimits;             // by lower-case name; 0 for none
 };
 
 // Asks an exiftool once for its writable tags, which takes it a second or

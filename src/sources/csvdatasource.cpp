@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "csvdatasource.h"
 
+#include "csv/csvfailures.h"
+#include "spreadsheet/spreadsheet.h"
+
 #include <QFileInfo>
 
 #include <algorithm>
@@ -50,7 +53,63 @@ QString utf8Head(const QByteArray& bytes)
     return QString::fromUtf8(bytes.constData(), size);
 }
 
+char16_t unitOf(QChar c)
+{
+    return c.unicode();
+}
+
+char16_t unitOf(char c)
+{
+    return static_cast<uchar>(c);
+}
+
+// LF only where CR LF and lone CR don't fit: a lone CR counts only in a
+// text that has no LF outside double quotes, which may hold line breaks.
+template <typename Text>
+CSVDataSource::RowEnding endingOf(Text text, Text crlf)
+{
+    using RowEnding = CSVDataSource::RowEnding;
+    if (text.contains(crlf))
+        return RowEnding::crlf;
+    if (!text.contains(crlf.first(1)))
+        return RowEnding::lf;
+    bool quoted = false;
+    for (const auto c : text) {
+        const char16_t unit = unitOf(c);
+        if (unit == u'"')
+            quoted = !quoted;
+        else if (unit == u'\n' && !quoted)
+            return RowEnding::lf;
+    }
+    return RowEnding::cr;
+}
+
+// A zip container or an old binary workbook, whatever the file's name says:
+// the spreadsheet reader reads it or says why it can't.
+bool looksLikeSpreadsheet(QByteArrayView bytes)
+{
+    return bytes.startsWith("PK\x03\x04") || bytes.startsWith("\xD0\xCF\x11\xE0");
+}
+
 } // namespace
+
+struct CSVDataSource::Loaded {
+    CSVReader::FileView view;
+    std::optional<CodePage> codePage = {};
+    QStringList sheetNames = {};
+    QString sheet = {};
+    QStringList notes = {};
+};
+
+CSVDataSource::RowEnding CSVDataSource::rowEndingOf(QStringView text)
+{
+    return endingOf(text, QStringView(u"\r\n"));
+}
+
+CSVDataSource::RowEnding CSVDataSource::rowEndingOf(QByteArrayView bytes)
+{
+    return endingOf(bytes, QByteArrayView("\r\n"));
+}
 
 QString CSVDataSource::fieldDelimiterName(FieldDelimiter delimiter)
 {
@@ -100,10 +159,10 @@ Error toError(const CSVLoadError& error)
 CSVReader::Configuration CSVDataSource::configurationFor(const QString& text,
                                                          FieldDelimiter delimiter)
 {
-    return configurationFor(text, text.contains(QStringLiteral("\r\n")), delimiter);
+    return configurationFor(text, rowEndingOf(text), delimiter);
 }
 
-CSVReader::Configuration CSVDataSource::configurationFor(QStringView head, bool hasCrLf,
+CSVReader::Configuration CSVDataSource::configurationFor(QStringView head, RowEnding ending,
                                                          FieldDelimiter delimiter)
 {
     CSVReader::Configuration configuration;
@@ -112,8 +171,10 @@ CSVReader::Configuration CSVDataSource::configurationFor(QStringView head, bool 
                                ? detectFieldDelimiter(head)
                                : delimiters[std::size_t(delimiter)].character;
     configuration.delimiters.field = Delimiter::Field(QStringView(&field, 1));
-    if (hasCrLf)
+    if (ending == RowEnding::crlf)
         configuration.delimiters.row = Delimiter::Row(u"\r\n");
+    else if (ending == RowEnding::cr)
+        configuration.delimiters.row = Delimiter::Row(u"\r");
     return configuration;
 }
 
@@ -134,30 +195,52 @@ std::expected<DecodedText, Error> CSVDataSource::decode(const QByteArray& bytes,
 std::expected<void, CSVLoadError> CSVDataSource::loadCSV(const QUrl& url)
 {
     const QString path = url.toLocalFile();
-    auto view = readBytes(path);
-    if (!view)
-        return std::unexpected(view.error());
-    m_csvData = std::move(view->first);
-    m_detectedCodePage = view->second;
+    auto loaded = isSpreadsheetPath(path) ? readSpreadsheet(path) : readBytes(path);
+    if (!loaded)
+        return std::unexpected(loaded.error());
+    m_csvData = std::move(loaded->view);
+    m_detectedCodePage = loaded->codePage;
+    m_sheetNames = std::move(loaded->sheetNames);
+    m_loadedSheet = std::move(loaded->sheet);
+    m_notes = std::move(loaded->notes);
+    setKeyFolder(QFileInfo(path).absolutePath());
     return {};
 }
 
-std::expected<std::pair<CSVReader::FileView, std::optional<CodePage>>, CSVLoadError>
+std::expected<CSVDataSource::Loaded, CSVLoadError>
+CSVDataSource::readSpreadsheet(const QString& path) const
+{
+    auto names = qb::sheetNames(path);
+    if (!names)
+        return std::unexpected(CSVLoadError(names.error()));
+    auto sheet = readSheet(path, m_sheetName);
+    if (!sheet)
+        return std::unexpected(CSVLoadError(sheet.error()));
+    auto view = CSVReader::FileView::fromTable(std::move(sheet->headers), sheet->rows);
+    if (!view)
+        return std::unexpected(CSVLoadError(csvfailure::duplicateHeaders()));
+    return Loaded{std::move(*view), std::nullopt, std::move(*names), std::move(sheet->sheetName),
+                  std::move(sheet->notes)};
+}
+
+std::expected<CSVDataSource::Loaded, CSVLoadError>
 CSVDataSource::readBytes(const QString& path) const
 {
     std::expected<QByteArray, Error> bytes = readFileBytes(path);
     if (!bytes)
         return std::unexpected(CSVLoadError(bytes.error()));
+    if (looksLikeSpreadsheet(*bytes))
+        return readSpreadsheet(path);
     // UTF-8, by far the most common, is parsed from the bytes themselves:
     // a large file then never sits in memory as bytes and as text at once.
     if (!m_encoding && isValidUtf8(*bytes)) {
         CSVReader::Configuration configuration =
-            configurationFor(utf8Head(*bytes), bytes->contains("\r\n"), m_fieldDelimiter);
+            configurationFor(utf8Head(*bytes), rowEndingOf(*bytes), m_fieldDelimiter);
         configuration.encoding = TextEncoding::utf8;
         auto view = CSVReader::readFile(std::exchange(*bytes, {}), configuration);
         if (!view)
             return std::unexpected(CSVLoadError(view.error()));
-        return std::pair{std::move(*view), std::optional<CodePage>()};
+        return Loaded{std::move(*view)};
     }
     auto decoded = decode(*bytes, QFileInfo(path).fileName());
     if (!decoded)
@@ -167,7 +250,7 @@ CSVDataSource::readBytes(const QString& path) const
         CSVReader::readFile(decoded->text, configurationFor(decoded->text, m_fieldDelimiter));
     if (!view)
         return std::unexpected(CSVLoadError(view.error()));
-    return std::pair{std::move(*view), decoded->codePage};
+    return Loaded{std::move(*view), decoded->codePage};
 }
 
 void CSVDataSource::buildMetadata(const QString& keyColumn)

@@ -22,10 +22,21 @@ namespace qb {
 using CSVLoadError = std::variant<Error, CSVError>;
 Error toError(const CSVLoadError& error);
 
-// A CSV file with a header line, one column of which keys the rows. The
-// parsed file is kept, so that the key column can change without a new read.
+// A CSV file with a header line, one column of which keys the rows, or a
+// sheet of a spreadsheet (.xlsx, .ods) read the same way, its first row the
+// header. The parsed file is kept, so that the key column can change
+// without a new read.
 class CSVDataSource final : public FileNameDataSource {
 public:
+    // How the rows of a text end. A lone CR is how Excel for Mac's "CSV
+    // (Macintosh)" ends them.
+    enum class RowEnding { lf, crlf, cr };
+    // CR LF if the text has any; else CR if it has lone CRs and no LF
+    // outside double quotes; else LF. A file that mixes endings is read by
+    // the first rule that fits, as it always was.
+    static RowEnding rowEndingOf(QStringView text);
+    static RowEnding rowEndingOf(QByteArrayView bytes);
+
     // What separates the fields. Comma is what every file was read with
     // before there was a choice, and stays the default. Automatic picks by
     // the header line.
@@ -51,11 +62,23 @@ public:
     // text and for an encoding that was given.
     const std::optional<CodePage>& detectedCodePage() const { return m_detectedCodePage; }
 
+    // The sheet a spreadsheet is read from; nothing for its first sheet.
+    // A CSV file has no sheets and ignores it.
+    const std::optional<QString>& sheetName() const { return m_sheetName; }
+    void setSheetName(std::optional<QString> name) { m_sheetName = std::move(name); }
+    // Of the loaded file, if it is a spreadsheet: its sheets, the one read,
+    // and what the user should know about cells that didn't read as shown.
+    bool isSpreadsheet() const { return !m_sheetNames.isEmpty(); }
+    const QStringList& sheetNames() const { return m_sheetNames; }
+    const QString& loadedSheet() const { return m_loadedSheet; }
+    const QStringList& notes() const { return m_notes; }
+
     const std::optional<CSVReader::FileView>& csvData() const { return m_csvData; }
     void setCsvData(std::optional<CSVReader::FileView> data) { m_csvData = std::move(data); }
 
-    // Reads and parses the file; leaves the table alone. On failure the
-    // previous file stays.
+    // Reads and parses the file, or the sheet of a spreadsheet; leaves the
+    // table alone. On failure the previous file stays. Relative path keys
+    // start from the file's folder.
     std::expected<void, CSVLoadError> loadCSV(const QUrl& url);
     // Rebuilds the table keyed by that header's column; an unknown column
     // leaves it empty. Without a file nothing changes.
@@ -65,17 +88,18 @@ public:
     QStringList keyNames() const override;
 
     // The configuration a file's text is read with: a header line, the
-    // delimiter, and CR LF rows when the text has any CR LF at all.
+    // delimiter, and the text's row ending.
     static CSVReader::Configuration
     configurationFor(const QString& text, FieldDelimiter delimiter = FieldDelimiter::comma);
     // The same from the start of the text, which holds its first line,
-    // and whether the whole text has any CR LF.
-    static CSVReader::Configuration configurationFor(QStringView head, bool hasCrLf,
+    // and the whole text's row ending.
+    static CSVReader::Configuration configurationFor(QStringView head, RowEnding ending,
                                                      FieldDelimiter delimiter);
 
 private:
-    std::expected<std::pair<CSVReader::FileView, std::optional<CodePage>>, CSVLoadError>
-    readBytes(const QString& path) const;
+    struct Loaded;
+    std::expected<Loaded, CSVLoadError> readBytes(const QString& path) const;
+    std::expected<Loaded, CSVLoadError> readSpreadsheet(const QString& path) const;
     std::expected<DecodedText, Error> decode(const QByteArray& bytes,
                                              const QString& fileName) const;
 
@@ -83,6 +107,10 @@ private:
     FieldDelimiter m_fieldDelimiter = FieldDelimiter::comma;
     std::optional<TextEncoding> m_encoding;
     std::optional<CodePage> m_detectedCodePage;
+    std::optional<QString> m_sheetName;
+    QStringList m_sheetNames;
+    QString m_loadedSheet;
+    QStringList m_notes;
 };
 
 } // namespace qb

@@ -6,6 +6,8 @@
 
 #include "extensions/plainorder.h"
 
+#include <QDir>
+
 #include <set>
 
 namespace qb {
@@ -50,17 +52,73 @@ std::optional<MetadataRow> FileNameDataSource::row(const QString& key) const
     return std::nullopt;
 }
 
+void FileNameDataSource::setKeyTag(std::optional<QString> tag)
+{
+    m_keyTag = std::move(tag);
+    m_tagKeys.clear();
+    m_keysRead.clear();
+}
+
+void FileNameDataSource::addTagKeys(const QList<QUrl>& read, const QHash<QUrl, QString>& values)
+{
+    for (const QUrl& url : read) {
+        m_keysRead.insert(url);
+        m_tagKeys.remove(url);
+    }
+    m_tagKeys.insert(values);
+}
+
+QList<QUrl> FileNameDataSource::imagesToReadKeysOf(const QList<QUrl>& images) const
+{
+    QList<QUrl> unread;
+    if (!m_keyTag || m_matchingStyle == MatchingStyle::path)
+        return unread;
+    QSet<QUrl> seen;
+    for (const QUrl& url : images) {
+        if (!m_keysRead.contains(url) && !seen.contains(url)) {
+            seen.insert(url);
+            unread << url;
+        }
+    }
+    return unread;
+}
+
+std::optional<QString> FileNameDataSource::subjectOf(const QUrl& url) const
+{
+    if (m_matchingStyle == MatchingStyle::path)
+        return canonical(QDir::cleanPath(url.toLocalFile()));
+    if (!m_keyTag)
+        return canonical(imageName(url));
+    const auto it = m_tagKeys.constFind(url);
+    if (it == m_tagKeys.cend())
+        return std::nullopt;
+    return canonical(*it);
+}
+
+QString FileNameDataSource::comparedKey(const QString& key) const
+{
+    if (m_matchingStyle != MatchingStyle::path)
+        return key;
+    const QString path = QDir::isAbsolutePath(key) || m_keyFolder.isEmpty()
+                             ? key
+                             : m_keyFolder + QLatin1Char('/') + key;
+    return canonical(QDir::cleanPath(path));
+}
+
 bool FileNameDataSource::imageMatchesKey(const QUrl& url, const QString& key) const
 {
-    return nameMatchesKey(canonical(imageName(url)), key, m_matchingStyle);
+    const std::optional<QString> subject = subjectOf(url);
+    return subject && nameMatchesKey(*subject, comparedKey(key), m_matchingStyle);
 }
 
 MetadataRow FileNameDataSource::metadataForImage(const QUrl& url) const
 {
     MetadataRow result;
-    const QString name = canonical(imageName(url));
+    const std::optional<QString> subject = subjectOf(url);
+    if (!subject)
+        return result;
     for (qsizetype i = 0; i < m_rows->size(); ++i) {
-        if (nameMatchesKey(name, m_rows->key(i).toString(), m_matchingStyle))
+        if (nameMatchesKey(*subject, comparedKey(m_rows->key(i).toString()), m_matchingStyle))
             mergeRow(result, m_rows->row(i));
     }
     return result;
@@ -114,20 +172,20 @@ QStringList FileNameDataSource::keys() const
 std::vector<std::vector<qsizetype>> FileNameDataSource::matchingRows(const QList<QUrl>& urls) const
 {
     std::vector<std::vector<qsizetype>> matching(std::size_t(urls.size()));
-    QStringList names;
-    names.reserve(urls.size());
+    std::vector<std::optional<QString>> subjects;
+    subjects.reserve(std::size_t(urls.size()));
     for (const QUrl& url : urls)
-        names << canonical(imageName(url));
+        subjects.push_back(subjectOf(url));
     // A handful of images against a large table: one pass over the keys
     // costs less than indexing them. Patterns are compiled once each by
     // the index, so they always take it.
     constexpr qsizetype fewImages = 8;
     if (urls.size() <= fewImages && m_matchingStyle != MatchingStyle::regex) {
         for (qsizetype i = 0; i < m_rows->size(); ++i) {
-            const QString key = m_rows->key(i).toString();
-            for (qsizetype image = 0; image < names.size(); ++image) {
-                if (nameMatchesKey(names[image], key, m_matchingStyle))
-                    matching[std::size_t(image)].push_back(i);
+            const QString key = comparedKey(m_rows->key(i).toString());
+            for (std::size_t image = 0; image < subjects.size(); ++image) {
+                if (subjects[image] && nameMatchesKey(*subjects[image], key, m_matchingStyle))
+                    matching[image].push_back(i);
             }
         }
         return matching;
@@ -135,11 +193,13 @@ std::vector<std::vector<qsizetype>> FileNameDataSource::matchingRows(const QList
     QStringList tableKeys;
     tableKeys.reserve(m_rows->size());
     for (qsizetype i = 0; i < m_rows->size(); ++i)
-        tableKeys << m_rows->key(i).toString();
+        tableKeys << comparedKey(m_rows->key(i).toString());
     const KeyMatcher matcher(tableKeys, m_matchingStyle);
-    for (qsizetype image = 0; image < names.size(); ++image) {
-        for (const int position : matcher.matchingKeys(names[image]))
-            matching[std::size_t(image)].push_back(position);
+    for (std::size_t image = 0; image < subjects.size(); ++image) {
+        if (!subjects[image])
+            continue;
+        for (const int position : matcher.matchingKeys(*subjects[image]))
+            matching[image].push_back(position);
     }
     return matching;
 }

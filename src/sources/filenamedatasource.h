@@ -6,6 +6,8 @@
 
 #include "mapping/metadatasource.h"
 
+#include <QHash>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -13,7 +15,8 @@
 namespace qb {
 
 // A table of rows keyed by text, each key naming an image or a family of
-// images by file name under a matching style.
+// images under a matching style: by its file name, by the value of a tag the
+// images carry, or, under the path style, by the file's path.
 class FileNameDataSource : public MetadataSource {
 public:
     using MatchingStyle = qb::MatchingStyle;
@@ -33,6 +36,29 @@ public:
     // the table kept the last of those rows.
     const QStringList& duplicateKeys() const { return m_duplicateKeys; }
     void setDuplicateKeys(QStringList keys) { m_duplicateKeys = std::move(keys); }
+
+    // The folder that a relative path key starts from, the data file's.
+    const QString& keyFolder() const { return m_keyFolder; }
+    void setKeyFolder(QString folder) { m_keyFolder = std::move(folder); }
+    // The tag whose value keys each image instead of its name; nothing for
+    // the name. Setting it forgets the values read before.
+    const std::optional<QString>& keyTag() const { return m_keyTag; }
+    void setKeyTag(std::optional<QString> tag);
+    // Adds the key tag's values as read from the images `read`; an image
+    // without one matches no row. Each image is read once while the tag
+    // stays, also when a window's images change.
+    void addTagKeys(const QList<QUrl>& read, const QHash<QUrl, QString>& values);
+    // Of `images`, those whose key tag hasn't been read since the tag was
+    // set; none when the images are keyed by name or path.
+    QList<QUrl> imagesToReadKeysOf(const QList<QUrl>& images) const;
+
+    // What an image is matched by, in canonical form: its path under the
+    // path style, else the key tag's value or its name. Nothing for an image
+    // without a value of the key tag.
+    std::optional<QString> subjectOf(const QUrl& url) const;
+    // A key as it is compared: under the path style, the path it names,
+    // resolved against the key folder, with . and .. taken out.
+    QString comparedKey(const QString& key) const;
 
     bool imageMatchesKey(const QUrl& url, const QString& key) const;
 
@@ -57,6 +83,10 @@ private:
     MatchingStyle m_matchingStyle = MatchingStyle::prefix;
     std::shared_ptr<const KeyedRows> m_rows;
     QStringList m_duplicateKeys;
+    QString m_keyFolder;
+    std::optional<QString> m_keyTag;
+    QHash<QUrl, QString> m_tagKeys;
+    QSet<QUrl> m_keysRead;
 };
 
 // A field takes its value from the first row that has something to say; a

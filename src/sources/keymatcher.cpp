@@ -20,6 +20,7 @@ bool nameMatchesKey(const QString& canonicalName, const QString& key, MatchingSt
     case Style::contains:
         return canonicalName.contains(canonicalKey);
     case Style::equals:
+    case Style::path:
         return canonicalName == canonicalKey;
     case Style::prefix:
         return canonicalName.startsWith(canonicalKey);
@@ -66,6 +67,7 @@ std::vector<int> KeyMatcher::matchingKeys(const QString& canonicalName) const
     const qsizetype size = name.size();
     switch (m_style) {
     case MatchingStyle::equals:
+    case MatchingStyle::path:
         addHits(name, hits);
         break;
     case MatchingStyle::prefix:

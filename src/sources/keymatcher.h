@@ -15,7 +15,8 @@
 namespace qb {
 
 // The comparison of one key with one image name, under a style. Both sides
-// are taken in their canonical form, a pattern as well as a plain key.
+// are taken in their canonical form, a pattern as well as a plain key. The
+// path style compares as equality: the caller has made the key a path.
 bool nameMatchesKey(const QString& canonicalName, const QString& key, MatchingStyle style);
 
 // A table's keys prepared once for many image names: literal styles look up

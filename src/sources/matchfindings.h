@@ -18,8 +18,10 @@ namespace qb {
 // the first value winning, and a row with an empty key, which matches every
 // image and gives its values, empty ones too, to images without a row of
 // their own. The merge rule stays as it is; these are told, so that nothing
-// happens without the user knowing. Found once per run, so that the command
-// line, its dry run and the window tell the same.
+// happens without the user knowing. Also told: a key that names a file no
+// image is (under the path style), and an image without a value of the tag
+// the images are keyed by; the rows of both go nowhere. Found once per run,
+// so that the command line, its dry run and the window tell the same.
 class MatchFindings {
 public:
     // An image and the keys of the rows that match it, sorted.
@@ -37,14 +39,25 @@ public:
     bool emptyKeyMatchesAll() const { return m_emptyKeyMatchesAll; }
     // Keys that several rows of the data have; the last row stands.
     const QStringList& duplicateKeys() const { return m_duplicateKeys; }
+    // Path keys that name none of the images, in the order of the keys.
+    const QStringList& keysNamingNoImage() const { return m_keysNamingNoImage; }
+    // Images without a value of the key tag, which no row can match.
+    const QList<QUrl>& imagesWithoutKey() const { return m_imagesWithoutKey; }
+    // Whether a row's values could reach an image in a way the user may not
+    // have meant: what a strict run refuses.
+    bool isAmbiguous() const
+    {
+        return !m_overlaps.empty() || m_emptyKeyMatchesAll || !m_duplicateKeys.isEmpty();
+    }
     bool isEmpty() const
     {
-        return m_overlaps.empty() && !m_emptyKeyMatchesAll && m_duplicateKeys.isEmpty();
+        return !isAmbiguous() && m_keysNamingNoImage.isEmpty() && m_imagesWithoutKey.isEmpty();
     }
 
-    // One line for each key several rows have, one for the empty key, and
-    // one for each image, each kind up to the limit; then one that counts
-    // the rest.
+    // One line for each key several rows have, one for the empty key, one
+    // for each image, one for each key that names no image, one for each
+    // image without a key, each kind up to the limit and then a line that
+    // counts the rest.
     QStringList lines() const;
     // Why a run that may not be ambiguous stops.
     Error strictError() const;
@@ -53,11 +66,14 @@ private:
     std::vector<Overlap> m_overlaps;
     bool m_emptyKeyMatchesAll = false;
     QStringList m_duplicateKeys;
+    QStringList m_keysNamingNoImage;
+    QList<QUrl> m_imagesWithoutKey;
+    std::optional<QString> m_keyTag;
     FileNameDataSource::MatchingStyle m_style = FileNameDataSource::MatchingStyle::prefix;
 };
 
 // The style as the window names it: "contains", "is equal to", "begins
-// with", "matches", "ends with".
+// with", "matches", "ends with", "is the file".
 QString matchingStyleTitle(FileNameDataSource::MatchingStyle style);
 
 } // namespace qb

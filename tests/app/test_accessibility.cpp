@@ -73,8 +73,9 @@ TEST_F(AccessibilityTest, TabVisitsEveryControlInReadingOrder)
                              "removeRowButton"};
     const QStringList arrayRow = {"sourceColumnPopUp", "modePopUp",    "delimiterField",
                                   "destinationPopUp",  "addRowButton", "removeRowButton"};
-    const QStringList top = {"pathField",      "chooseFileButton", "reloadButton",
-                             "delimiterPopUp", "headerPopUp",      "matchingStylePopUp"};
+    const QStringList top = {"pathField",          "chooseFileButton", "reloadButton",
+                             "delimiterPopUp",     "headerPopUp",      "imageKeyPopUp",
+                             "matchingStylePopUp", "makeRulesButton"};
     const QStringList bottom = {"imageWarningButton", "imageStatusButton", "selectImagesButton",
                                 "previewButton", "actionButton"};
     EXPECT_EQ(tabRound(), top + row + arrayRow + bottom);

@@ -151,6 +151,28 @@ TEST_F(WatchTest, SlowCopyIsWrittenOnceWhenCompleteAndWhatIsNoCaptureIsLeftAlone
     EXPECT_FALSE(exiftoolLeftBehind());
 }
 
+TEST_F(WatchTest, CapturesKeyedByATagAreWrittenByItsValueAndThoseWithoutAreSkipped)
+{
+    // A camera's frames, tagged by the tether program with the shot they are.
+    QFile::copy(path("template/A.jpg"), path("template/IMG_0001.jpg"));
+    QProcess tagging;
+    tagging.start(QStringLiteral("/usr/bin/exiftool"),
+                  {"-q", "-overwrite_original", "-XMP-photoshop:TransmissionReference=A101_0005",
+                   path("template/IMG_0001.jpg")});
+    ASSERT_TRUE(tagging.waitForFinished(60000));
+    start({"--key-tag", "XMP-photoshop:TransmissionReference"});
+    QFile::copy(path("template/IMG_0001.jpg"), path("shoot/IMG_0001.jpg"));
+    copyIn("A101_0006.jpg"); // named like a row, but without the tag
+    waitFor([this] { return m_out.contains("IMG_0001.jpg") && m_err.contains("A101_0006.jpg"); });
+    EXPECT_EQ(stop(), 128 + SIGTERM);
+    EXPECT_EQ(m_out, "IMG_0001.jpg: 1 tag\n");
+    EXPECT_TRUE(
+        m_err.contains("A101_0006.jpg: has no XMP-photoshop:TransmissionReference; skipped"))
+        << m_err.toStdString();
+    EXPECT_EQ(titles()["IMG_0001.jpg"], "Look 5");
+    EXPECT_EQ(titles()["A101_0006.jpg"], "");
+}
+
 TEST_F(WatchTest, KilledOutrightItLeavesNoExiftoolBehind)
 {
     start();

@@ -75,5 +75,39 @@ TEST(CsvRecords, WithoutHeadersNothingIsFoundByName)
     EXPECT_TRUE(empty->columns().isEmpty());
 }
 
+TEST(CsvRecords, ATableFromElsewhereReadsAsAFileWouldAndRefusesEqualHeaders)
+{
+    const struct {
+        const char* name;
+        QStringList headers;
+        std::vector<QStringList> rows;
+        bool accepted;
+    } cases[] = {
+        {"cells", {"id", "name"}, {{"00123", "a,\"b\"\nc"}, {"", ""}, {"7", ""}}, true},
+        {"no rows", {"id"}, {}, true},
+        {"empty cells beside each other", {"a", "b", "c"}, {{"", "", "x"}, {"y", "", ""}}, true},
+        {"equal headers", {"id", "id"}, {{"1", "2"}}, false},
+        {"equal once composed",
+         {QString::fromUtf8("caf\xC3\xA9"), QString::fromUtf8("cafe\xCC\x81")},
+         {},
+         false},
+        {"two empty headers", {"", "a", ""}, {}, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto view = CSVFileView::fromTable(c.headers, c.rows);
+        ASSERT_EQ(view.has_value(), c.accepted);
+        if (!view)
+            continue;
+        EXPECT_EQ(view->headers(), c.headers);
+        ASSERT_EQ(view->rowCount(), qsizetype(c.rows.size()));
+        for (qsizetype row = 0; row < view->rowCount(); ++row) {
+            EXPECT_EQ(view->row(row), c.rows[std::size_t(row)]);
+            EXPECT_EQ(view->records()[row].value(c.headers.last()),
+                      c.rows[std::size_t(row)].last());
+        }
+    }
+}
+
 } // namespace
 } // namespace qb

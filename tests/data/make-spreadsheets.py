@@ -9,6 +9,7 @@
 #   /usr/bin/python3 tests/data/make-spreadsheets.py
 #
 # The tests hold the values each cell must read as; change both together.
+import csv
 import datetime
 import os
 import sys
@@ -71,6 +72,37 @@ def write_1904_xlsx():
     sheet.append(["Day", "Moment"])
     sheet.append([datetime.date(2024, 3, 5), datetime.datetime(1904, 1, 2, 6, 0)])
     book.save(os.path.join(OUT, "date1904.xlsx"))
+
+
+def write_sessions_xlsx():
+    # Two sessions of a school shoot, one sheet each, for choosing a sheet.
+    book = workbook()
+    first = book.active
+    first.title = "Day 1"
+    first.append(["Shot", "Title"])
+    first.append(["00123", "Ann, first day"])
+    second = book.create_sheet("Day 2")
+    second.append(["Shot", "Title"])
+    second.append(["00123", "Ann, second day"])
+    second.append(["007", "=NA()"])
+    book.save(os.path.join(OUT, "sessions.xlsx"))
+
+
+def write_example_xlsx():
+    # The examples' shoot as a studio receives it: a sheet per day, the
+    # shots of the first as in shoot.csv. The screenshots show its panel.
+    examples = os.path.join(os.path.dirname(OUT), "..", "..", "examples")
+    book = workbook()
+    monday = book.active
+    monday.title = "Monday"
+    with open(os.path.join(examples, "shoot.csv"), encoding="utf-8") as csv_file:
+        for row in csv.reader(csv_file):
+            monday.append(row)
+    tuesday = book.create_sheet("Tuesday")
+    for row in monday.iter_rows(max_row=1, values_only=True):
+        tuesday.append(row)
+    tuesday.append(["E505", "Evening light", "jonas berg", "evening", "Lund", "true"])
+    book.save(os.path.join(examples, "shoot.xlsx"))
 
 
 def cell(**attributes):
@@ -161,6 +193,8 @@ def main():
     os.makedirs(OUT, exist_ok=True)
     write_types_xlsx()
     write_1904_xlsx()
+    write_sessions_xlsx()
+    write_example_xlsx()
     write_types_ods()
     return 0
 

@@ -84,6 +84,43 @@ TEST(SettingsJson, TheDelimiterIsKeptOnlyWhenItIsntComma)
               CSVDatasourceSettings().fileWrapper()->regularFileContents());
 }
 
+TEST(SettingsJson, TheSheetTheKeyTagAndThePathStyleRoundTripAndAreLeftOutUnset)
+{
+    const QByteArray start = "{\"keyNames\": [\"Shot\"], \"selectedMatchStyle\": ";
+    const struct {
+        QByteArray rest; // the style and what follows it
+        std::optional<QString> sheet;
+        std::optional<QString> keyTag;
+        std::optional<FileNameDataSource::MatchingStyle> style;
+    } cases[] = {
+        {"2", std::nullopt, std::nullopt, FileNameDataSource::MatchingStyle::prefix},
+        {"5, \"sheetName\": \"Day 2\"", "Day 2", std::nullopt,
+         FileNameDataSource::MatchingStyle::path},
+        {"1, \"keyTag\": \"EXIF:SerialNumber\", \"sheetName\": \"\u00c9t\u00e9\"",
+         QString::fromUtf8("\u00c9t\u00e9"), "EXIF:SerialNumber",
+         FileNameDataSource::MatchingStyle::equals},
+        {"6", std::nullopt, std::nullopt, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.rest.toStdString());
+        const auto decoded = CSVDatasourceSettings::decode(start + c.rest + "}");
+        ASSERT_TRUE(decoded.has_value()) << decoded.error().message().toStdString();
+        EXPECT_EQ(decoded->sheetName, c.sheet);
+        EXPECT_EQ(decoded->keyTag, c.keyTag);
+        EXPECT_EQ(decoded->matchingStyle(), c.style);
+        const QByteArray saved = *decoded->fileWrapper()->regularFileContents();
+        EXPECT_EQ(saved.contains("sheetName"), c.sheet.has_value());
+        EXPECT_EQ(saved.contains("keyTag"), c.keyTag.has_value());
+        const auto again = CSVDatasourceSettings::decode(saved);
+        EXPECT_EQ(again->sheetName, c.sheet);
+        EXPECT_EQ(again->keyTag, c.keyTag);
+        EXPECT_EQ(again->selectedMatchStyle, decoded->selectedMatchStyle);
+    }
+    const auto wrong = CSVDatasourceSettings::decode(start + "2, \"keyTag\": 3}");
+    ASSERT_FALSE(wrong.has_value());
+    EXPECT_TRUE(wrong.error().failureReason.contains("keyTag"));
+}
+
 TEST(SettingsJson, UnknownStyleSurvivesButNamesNoStyle)
 {
     const auto image = ImageDatasourceSettings::decode("{\"selectedMatchStyle\": 9}");

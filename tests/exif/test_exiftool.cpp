@@ -240,15 +240,29 @@ TEST(ExifTool, InstalledExiftoolIsLookedForOnThePath)
 
 } // namespace
 
-TEST(WritableTags, TakesTagNamesAsExiftoolDoes)
+TEST(WritableTags, TakesTagNamesAsExiftoolDoesAndKnowsWhichHoldLists)
 {
     const auto tags = qb::WritableTags::fromTagDatabase(R"(<?xml version='1.0'?><taginfo>
         <table name='XMP::dc' g0='XMP' g1='XMP-dc' g2='Other'>
          <tag id='title' name='Title' type='lang-alt' writable='true' g2='Image'/>
+         <tag id='subject' name='Subject' type='string' writable='true' flags='Bag,List'/>
+         <tag id='creator' name='Creator' type='string' writable='true' flags='List,Seq'/>
         </table>
         <table name='Exif::Main' g0='EXIF' g1='IFD0' g2='Image'>
          <tag id='271' name='Make' type='string' writable='true' g2='Camera'/>
          <tag id='36867' name='DateTimeOriginal' type='string' writable='true' g1='ExifIFD'/>
+        </table>
+        <table name='XMP::pdf' g0='XMP' g1='XMP-pdf' g2='Image'>
+         <tag id='Keywords' name='Keywords' type='string' writable='true'/>
+        </table>
+        <table name='IPTC::ApplicationRecord' g0='IPTC' g1='IPTC' g2='Other'>
+         <tag id='25' name='Keywords' type='string' count='64' writable='true' flags='List'/>
+        </table>
+        <table name='PDF::Info' g0='PDF' g1='PDF' g2='Document'>
+         <tag id='Subject' name='Subject' type='string' writable='true' flags='Avoid'/>
+        </table>
+        <table name='XMP::xmpDM' g0='XMP' g1='XMP-xmpDM' g2='Audio'>
+         <tag id='tracks' name='Tracks' type='struct' writable='true' flags='Alt'/>
         </table>
         <table name='Composite' g0='Composite' g1='Composite' g2='Other'>
          <tag id='ImageSize' name='ImageSize' type='?' writable='false'/>
@@ -259,23 +273,36 @@ TEST(WritableTags, TakesTagNamesAsExiftoolDoes)
     const struct {
         const char* tag;
         bool writable;
+        bool list; // a list in one of the groups given, or in any
     } cases[] = {
-        {"XMP-dc:Title", true},
-        {"xmp:title", true},
-        {"Title", true},
-        {"1XMP-dc:Title", true},
-        {"XMP-dc:Title-fr", true},
-        {"Image:Title", true},
-        {"EXIF:ExifIFD:DateTimeOriginal", true},
-        {"EXIF:Make#", true},
-        {"XMP-dc:Titel", false},
-        {"XMP-dc:Make", false},
-        {"Composite:ImageSize", false},
-        {"IPTC:Title", false},
+        {"XMP-dc:Title", true, false},
+        {"xmp:title", true, false},
+        {"Title", true, false},
+        {"1XMP-dc:Title", true, false},
+        {"XMP-dc:Title-fr", true, false},
+        {"Image:Title", true, false},
+        {"EXIF:ExifIFD:DateTimeOriginal", true, false},
+        {"EXIF:Make#", true, false},
+        {"XMP-dc:Titel", false, false},
+        {"XMP-dc:Make", false, false},
+        {"Composite:ImageSize", false, false},
+        {"IPTC:Title", false, false},
+        {"Subject", true, true},
+        {"XMP-dc:Subject", true, true},
+        {"xmp:subject", true, true},
+        {"PDF:Subject", true, false},
+        {"Keywords", true, true},
+        {"1IPTC:Keywords#", true, true},
+        {"All:Keywords", true, true},
+        {"XMP-pdf:Keywords", true, false},
+        {"Creator", true, true},
+        {"Tracks", true, true},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.tag);
-        EXPECT_EQ(tags->canWrite(QString::fromUtf8(c.tag)), c.writable);
-        EXPECT_EQ(again->canWrite(QString::fromUtf8(c.tag)), c.writable);
+        for (const auto* read : {&*tags, &*again}) {
+            EXPECT_EQ(read->canWrite(QString::fromUtf8(c.tag)), c.writable);
+            EXPECT_EQ(read->isList(QString::fromUtf8(c.tag)), c.list);
+        }
     }
 }

@@ -124,6 +124,130 @@ TEST_F(CSVDataSourceTest, DelimitersSplitOutsideQuotesAndAutomaticPicksByTheHead
     }
 }
 
+TEST_F(CSVDataSourceTest, LoneCarriageReturnsEndRowsUnlessTheFileMixesEndings)
+{
+    using Ending = CSVDataSource::RowEnding;
+    const struct {
+        const char* name;
+        QByteArray text;
+        Ending ending;
+        std::vector<QStringList> rows; // after the header "id,title"
+    } cases[] = {
+        {"lf", "id,title\nA1,a\nB2,b\n", Ending::lf, {{"A1", "a"}, {"B2", "b"}}},
+        {"crlf", "id,title\r\nA1,a\r\n", Ending::crlf, {{"A1", "a"}}},
+        {"mac", "id,title\rA1,a\rB2,b\r", Ending::cr, {{"A1", "a"}, {"B2", "b"}}},
+        {"mac_without_last_end", "id,title\rA1,a", Ending::cr, {{"A1", "a"}}},
+        // A line break inside a cell is LF in such a file, and no row end.
+        {"mac_with_a_break_in_a_cell",
+         "id,title\rA1,\"one\ntwo\"\rB2,\"caf\xc3\xa9\"\r",
+         Ending::cr,
+         {{"A1", "one\ntwo"}, {"B2", "caf\u00e9"}}},
+        // Mixed endings keep the rules they always had.
+        {"lf_with_a_stray_cr", "id,title\nA1,a\rb\n", Ending::lf, {{"A1", "a\rb"}}},
+        {"crlf_with_a_lone_cr", "id,title\r\nA1,a\rb\r\n", Ending::crlf, {{"A1", "a\rb"}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(CSVDataSource::rowEndingOf(QByteArrayView(c.text)), c.ending);
+        EXPECT_EQ(CSVDataSource::rowEndingOf(QString::fromUtf8(c.text)), c.ending);
+        // Read from UTF-8 bytes, and decoded from a code page, alike.
+        for (const bool latin1 : {false, true}) {
+            CSVDataSource source;
+            if (latin1)
+                source.setEncoding(TextEncoding::isoLatin1);
+            const QByteArray bytes =
+                latin1 ? QString::fromUtf8(c.text).toLatin1() : QByteArray(c.text);
+            ASSERT_TRUE(source.loadCSV(touch(QString::fromLatin1(c.name) + ".csv", bytes)));
+            ASSERT_EQ(source.keyNames(), QStringList({"id", "title"}));
+            EXPECT_EQ(source.csvData()->rows(), QList<QStringList>(c.rows.begin(), c.rows.end()));
+        }
+    }
+}
+
+// The spreadsheets of tests/data/spreadsheet, which the reader's own tests
+// describe cell by cell.
+QString fixture(const char* name)
+{
+    return QStringLiteral(QB_SPREADSHEET_FIXTURES "/") + QString::fromLatin1(name);
+}
+
+TEST_F(CSVDataSourceTest, ASheetIsKeyedAsACsvFileIs)
+{
+    const struct {
+        const char* name;
+        QString file;
+        std::optional<QString> sheet;
+        QString read;
+        QStringList sheets;
+        QStringList notes; // the cells they name
+    } cases[] = {
+        {"xlsx_first_visible_sheet",
+         fixture("types.xlsx"),
+         std::nullopt,
+         "Shots",
+         {"Hidden", "Shots", "Second"},
+         {"J2"}},
+        {"xlsx_named_sheet", fixture("types.xlsx"), "second", "Second", {}, {}},
+        {"ods", fixture("types.ods"), std::nullopt, "Shots", {"Shots", "Other"}, {"D3"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        CSVDataSource source;
+        source.setSheetName(c.sheet);
+        ASSERT_TRUE(source.loadCSV(QUrl::fromLocalFile(c.file)).has_value());
+        EXPECT_TRUE(source.isSpreadsheet());
+        EXPECT_EQ(source.loadedSheet(), c.read);
+        if (!c.sheets.isEmpty()) {
+            EXPECT_EQ(source.sheetNames(), c.sheets);
+        }
+        ASSERT_EQ(source.notes().size(), c.notes.size());
+        for (qsizetype i = 0; i < c.notes.size(); ++i)
+            EXPECT_TRUE(source.notes()[i].contains(c.notes[i])) << source.notes()[i].toStdString();
+        EXPECT_EQ(source.keyFolder(), QFileInfo(c.file).absolutePath());
+    }
+
+    // Text keeps its leading zeros, and rows are keyed as a CSV file's are:
+    // an empty key has a row, a repeated key is told and the last row stands.
+    CSVDataSource source;
+    ASSERT_TRUE(source.loadCSV(QUrl::fromLocalFile(fixture("types.xlsx"))));
+    source.buildMetadata("Code");
+    EXPECT_EQ(source.keys(), QStringList({"", "00123", "007", "merged"}));
+    EXPECT_EQ(source.row("007")->at("Name"),
+              DynamicValue(QString::fromUtf8("\xc5\x81ucja\nNowak")));
+    source.buildMetadata("Formula");
+    EXPECT_EQ(source.duplicateKeys(), QStringList({""}));
+}
+
+TEST_F(CSVDataSourceTest, ASpreadsheetIsKnownByItsBytesAndItsFailuresKeepTheFile)
+{
+    CSVDataSource source;
+    // Saved as .csv by mistake: read as what it is.
+    QFile::copy(fixture("types.ods"), path("export.csv"));
+    ASSERT_TRUE(source.loadCSV(url("export.csv")).has_value());
+    EXPECT_EQ(source.loadedSheet(), "Shots");
+
+    // Neither a sheet that isn't there, nor a damaged file, nor an old
+    // binary workbook takes the rows away; a CSV file then has no sheets.
+    source.setSheetName("Nope");
+    const auto unknown = source.loadCSV(QUrl::fromLocalFile(fixture("types.xlsx")));
+    ASSERT_FALSE(unknown.has_value());
+    EXPECT_TRUE(toError(unknown.error()).message().contains("Shots")); // names those there are
+    source.setSheetName(std::nullopt);
+    for (const auto& [name, bytes] : std::initializer_list<std::pair<const char*, QByteArray>>{
+             {"cut.xlsx", QByteArray("PK\x03\x04\x14\x00\x00\x00", 8)},
+             {"old.xls", QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8)},
+             {"old.csv", QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8)}}) {
+        SCOPED_TRACE(name);
+        const auto refused = source.loadCSV(touch(QString::fromLatin1(name), bytes));
+        ASSERT_FALSE(refused.has_value());
+        EXPECT_TRUE(std::holds_alternative<Error>(refused.error()));
+        EXPECT_EQ(source.loadedSheet(), "Shots");
+    }
+    ASSERT_TRUE(source.loadCSV(touch("plain.csv", "a\n1\n")).has_value());
+    EXPECT_FALSE(source.isSpreadsheet());
+    EXPECT_TRUE(source.notes().isEmpty());
+}
+
 TEST_F(CSVDataSourceTest, SpreadsheetCodePagesReadBackExactlyAndBinaryIsRefused)
 {
     const QString nordic = QStringLiteral(

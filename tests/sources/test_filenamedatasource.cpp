@@ -88,7 +88,8 @@ TEST(MatchingStyles, RawValuesAreStableAndAChangeTakesEffectAtOnce)
 {
     EXPECT_EQ(matchingStyleFromRawValue(0), Style::contains);
     EXPECT_EQ(matchingStyleFromRawValue(4), Style::suffix);
-    EXPECT_FALSE(matchingStyleFromRawValue(5).has_value());
+    EXPECT_EQ(matchingStyleFromRawValue(5), Style::path);
+    EXPECT_FALSE(matchingStyleFromRawValue(6).has_value());
 
     FileNameDataSource source({{"12", {{"f", "v"}}}});
     EXPECT_EQ(source.matchingStyle(), Style::prefix);
@@ -197,39 +198,79 @@ TEST(FileNameDataSourceQueries, IndexedLookupEqualsThePlainWalk)
     }
 }
 
-TEST(MatchFindings, TellOverlapsAndAnEmptyKeyWithASummaryBeyondAHandful)
+TEST(MatchFindings, TellWhatTiesRowsToImagesOddlyWithASummaryBeyondAHandful)
 {
-    QStringList many;
+    QList<QUrl> many;
     for (int i = 1; i <= 7; ++i)
-        many << QStringLiteral("/s/S12_%1.jpg").arg(i);
+        many << image(QStringLiteral("/s/S12_%1.jpg").arg(i));
+    const QString job = QStringLiteral("XMP-photoshop:TransmissionReference");
     const struct {
         const char* name;
         Style style;
+        std::optional<QString> keyTag;
         QStringList keys;
-        QStringList paths;
+        QList<QUrl> images;
         QStringList lines;
     } cases[] = {
         {"overlapping keys",
          Style::prefix,
+         std::nullopt,
          {"S12", "S1", "T"},
-         {"/s/S12_0001.jpg", "/s/S1_2.jpg"},
+         {image("/s/S12_0001.jpg"), image("/s/S1_2.jpg")},
          {"S12_0001.jpg matched 2 rows: S1, S12"}},
-        {"one row each", Style::equals, {"S12_0001", "S1"}, {"/s/S12_0001.jpg", "/s/S1.jpg"}, {}},
+        {"one row each",
+         Style::equals,
+         std::nullopt,
+         {"S12_0001", "S1"},
+         {image("/s/S12_0001.jpg"), image("/s/S1.jpg")},
+         {}},
         {"empty key",
          Style::suffix,
+         std::nullopt,
          {"", "1"},
-         {"/s/A1.jpg", "/s/B2.jpg"},
+         {image("/s/A1.jpg"), image("/s/B2.jpg")},
          {"A row with an empty key matches every image under \u201cends with\u201d: its values go "
           "to every image, also to those without a row of their own."}},
-        {"empty key matching nothing", Style::equals, {"", "A1"}, {"/s/A1.jpg"}, {}},
+        {"empty key matching nothing",
+         Style::equals,
+         std::nullopt,
+         {"", "A1"},
+         {image("/s/A1.jpg")},
+         {}},
         {"more than a handful",
          Style::contains,
+         std::nullopt,
          {"S", "S12"},
          many,
          {"S12_1.jpg matched 2 rows: S, S12", "S12_2.jpg matched 2 rows: S, S12",
           "S12_3.jpg matched 2 rows: S, S12", "S12_4.jpg matched 2 rows: S, S12",
           "S12_5.jpg matched 2 rows: S, S12",
           "\u2026 and 2 more images matched more than one row."}},
+        {"path keys naming no image",
+         Style::path,
+         std::nullopt,
+         {"a.jpg", "gone.jpg", "/elsewhere/b.jpg", ""},
+         {image("/data/a.jpg"), image("/data/b.jpg")},
+         {"The key \u201c\u201d names no image given: its row is not used.",
+          "The key \u201c/elsewhere/b.jpg\u201d names no image given: its row is not used.",
+          "The key \u201cgone.jpg\u201d names no image given: its row is not used."}},
+        {"path keys without images",
+         Style::path,
+         std::nullopt,
+         {"a.jpg"},
+         {},
+         {"The key \u201ca.jpg\u201d names no image given: its row is not used."}},
+        {"images without the key tag",
+         Style::prefix,
+         job,
+         {"J1"},
+         many,
+         {"S12_1.jpg has no " + job + ", so no row matches it.",
+          "S12_2.jpg has no " + job + ", so no row matches it.",
+          "S12_3.jpg has no " + job + ", so no row matches it.",
+          "S12_4.jpg has no " + job + ", so no row matches it.",
+          "S12_5.jpg has no " + job + ", so no row matches it.",
+          "\u2026 and 2 more images have no " + job + "."}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -238,13 +279,135 @@ TEST(MatchFindings, TellOverlapsAndAnEmptyKeyWithASummaryBeyondAHandful)
             table[key] = {{"Title", DynamicValue(key)}};
         FileNameDataSource source(table);
         source.setMatchingStyle(c.style);
-        QList<QUrl> images;
-        for (const QString& path : c.paths)
-            images << image(path);
-        const MatchFindings findings = MatchFindings::find(source, images);
+        source.setKeyFolder("/data");
+        source.setKeyTag(c.keyTag);
+        // An image is without the tag once it was read; before, it is waited for.
+        if (c.keyTag) {
+            EXPECT_TRUE(MatchFindings::find(source, c.images).isEmpty());
+        }
+        source.addTagKeys(c.images, {});
+        const MatchFindings findings = MatchFindings::find(source, c.images);
         EXPECT_EQ(findings.lines(), c.lines);
         EXPECT_EQ(findings.isEmpty(), c.lines.isEmpty());
     }
+}
+
+// The keys of the rows an image matches, through the single comparison and
+// through the index, which must agree.
+QStringList matchedKeys(const FileNameDataSource& source, const QUrl& url)
+{
+    QStringList walked;
+    for (const QString& key : source.keys()) {
+        if (source.imageMatchesKey(url, key))
+            walked << key;
+    }
+    QStringList indexed;
+    const auto one = source.matchingRows({url});
+    for (const qsizetype position : one.front())
+        indexed << source.rows().key(position).toString();
+    EXPECT_EQ(walked, indexed);
+    // Past a handful of images the index of the keys is used.
+    const QList<QUrl> many(12, url);
+    QStringList manyIndexed;
+    const auto all = source.matchingRows(many);
+    for (const qsizetype position : all.back())
+        manyIndexed << source.rows().key(position).toString();
+    EXPECT_EQ(manyIndexed, indexed);
+    return indexed;
+}
+
+TEST(MatchingStyles, APathKeyNamesOneFileFromTheDataFilesFolderOrFromTheRoot)
+{
+    const struct {
+        const char* key;
+        const char* matches; // the image's path, or nothing
+    } cases[] = {
+        {"photos/a.jpg", "/data/job/photos/a.jpg"},
+        {"./photos/../photos/a.jpg", "/data/job/photos/a.jpg"},
+        {"/data/job/photos/a.jpg", "/data/job/photos/a.jpg"},
+        {"/data/job/photos//a.jpg", "/data/job/photos/a.jpg"},
+        {"../other/c.jpg", "/data/other/c.jpg"},
+        {"/shoots/Cafe\u0301.jpg", "/shoots/Caf\u00e9.jpg"}, // canonical equivalence
+        {"photos/b.JPG", "/data/job/photos/b.JPG"},
+        {"photos/A.jpg", nullptr}, // no folding of case
+        {"photos/a", nullptr},     // the extension is part of a path
+        {"a.jpg", nullptr},        // nor is a name a path
+        {"photos/a.jpg ", nullptr},
+        {"", nullptr},
+    };
+    const QList<QUrl> images = {image("/data/job/photos/a.jpg"), image("/data/job/photos/b.JPG"),
+                                image("/data/other/c.jpg"), image("/shoots/Caf\u00e9.jpg")};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.key);
+        const QString key = QString::fromUtf8(c.key);
+        FileNameDataSource source(MetadataTable{{key, {{"Title", DynamicValue(key)}}}});
+        source.setMatchingStyle(Style::path);
+        source.setKeyFolder("/data/job");
+        for (const QUrl& url : images) {
+            const bool expected = c.matches && url == image(QString::fromUtf8(c.matches));
+            EXPECT_EQ(matchedKeys(source, url), expected ? QStringList{key} : QStringList{})
+                << url.path().toStdString();
+        }
+    }
+}
+
+TEST(MatchingStyles, ATagsValueStandsForTheNameUnderEveryStyle)
+{
+    const MetadataTable table = {{"SN-1", {{"Credit", DynamicValue("one")}}},
+                                 {"SN-100", {{"Credit", DynamicValue("hundred")}}},
+                                 {"^SN-2$", {{"Credit", DynamicValue("pattern")}}}};
+    // Named like a key, so that a match by name would show.
+    const QUrl hundred = image("/s/SN-1.jpg");
+    const QUrl two = image("/s/x.jpg");
+    const QUrl untagged = image("/s/SN-100.jpg");
+    const struct {
+        Style style;
+        QStringList hundred;
+        QStringList two;
+    } cases[] = {
+        {Style::equals, {"SN-100"}, {}},
+        {Style::prefix, {"SN-1", "SN-100"}, {}},
+        {Style::contains, {"SN-1", "SN-100"}, {}},
+        {Style::suffix, {"SN-100"}, {}},
+        // Every key is a pattern here, and "SN-1" is found in "SN-100".
+        {Style::regex, {"SN-1", "SN-100"}, {"^SN-2$"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(int(c.style));
+        FileNameDataSource source(table);
+        source.setMatchingStyle(c.style);
+        source.setKeyTag("EXIF:SerialNumber");
+        source.addTagKeys({hundred, two, untagged}, {{hundred, "SN-100"}, {two, "SN-2"}});
+        EXPECT_EQ(matchedKeys(source, hundred), c.hundred);
+        EXPECT_EQ(matchedKeys(source, two), c.two);
+        EXPECT_EQ(matchedKeys(source, untagged), QStringList());
+        EXPECT_TRUE(source.metadataForImage(untagged).empty());
+        // A new tag forgets the values of the old one.
+        source.setKeyTag("IPTC:ObjectName");
+        EXPECT_EQ(matchedKeys(source, hundred), QStringList());
+    }
+}
+
+TEST(MatchingStyles, EachImagesTagIsReadOnceUntilTheTagChanges)
+{
+    FileNameDataSource source(MetadataTable{{"SN-100", {{"Credit", DynamicValue("hundred")}}}});
+    const QUrl a = image("/s/a.jpg");
+    const QUrl b = image("/s/b.jpg");
+    const QUrl untagged = image("/s/c.jpg");
+    EXPECT_TRUE(source.imagesToReadKeysOf({a}).isEmpty()); // keyed by name
+    source.setKeyTag("EXIF:SerialNumber");
+    EXPECT_EQ(source.imagesToReadKeysOf({a, b, a}), QList<QUrl>({a, b}));
+    source.addTagKeys({a, untagged}, {{a, "SN-100"}});
+    EXPECT_EQ(source.imagesToReadKeysOf({a, b, untagged}), QList<QUrl>({b}));
+    EXPECT_EQ(matchedKeys(source, a), QStringList({"SN-100"}));
+    // Read again, an image that lost its tag matches nothing.
+    source.addTagKeys({a}, {});
+    EXPECT_EQ(matchedKeys(source, a), QStringList());
+    source.setMatchingStyle(Style::path);
+    EXPECT_TRUE(source.imagesToReadKeysOf({b}).isEmpty());
+    source.setMatchingStyle(Style::equals);
+    source.setKeyTag("IPTC:ObjectName");
+    EXPECT_EQ(source.imagesToReadKeysOf({a, untagged}), QList<QUrl>({a, untagged}));
 }
 
 } // namespace

@@ -172,6 +172,20 @@ int main(int argc, char* argv[])
     blank->setSaveQuestion(discard);
     blank->close();
 
+    // A spreadsheet: the sheet instead of the delimiter, the second chosen.
+    DocumentWindow* workbook = delegate.documents().newDocument();
+    auto* sheets =
+        dynamic_cast<CSVDataSourceViewController*>(workbook->viewController().datasourceView());
+    if (!sheets)
+        return 1;
+    sheets->importFile(QUrl::fromLocalFile(
+        QFileInfo(examples + QStringLiteral("/shoot.xlsx")).absoluteFilePath()));
+    sheets->sheetPopUp()->setCurrentIndex(
+        sheets->sheetPopUp()->findText(QStringLiteral("Tuesday")));
+    ok &= saveWindow(*workbook, out + QStringLiteral("/spreadsheet-panel.png"));
+    workbook->setSaveQuestion(discard);
+    workbook->close();
+
     // The sample images go into a copy, so that nothing in the examples changes.
     const QString shoot = home.filePath(QStringLiteral("shoot"));
     QDir().mkpath(shoot);
