@@ -179,6 +179,29 @@ try:
     check("the dialog is gone after Return", wait_for(lambda: window("Select Images") is None
                                                       and "gone") is not None)
 
+    # 3b. The images table reads each row as one sentence, and Ctrl+F searches.
+    def row_reading(prefix):
+        table = find(frame, "Images", "table")
+        return table and pyatspi.findDescendant(
+            table, lambda n: n is not None and n.name.startswith(prefix))
+
+    cell = wait_for(lambda: row_reading("A101_0001.jpg, A101, Will be written, "))
+    check("the images table reads a row with its key and what the write does",
+          cell is not None, "" if cell is None else cell.name)
+    popups = ["%s [%s]" % (n.name, n.description) for n in pyatspi.findAllDescendants(
+        frame, lambda n: n is not None and n.getRoleName() == "combo box")]
+    check("the table's filter popup says what it chooses", "All [Show images]" in popups,
+          "; ".join(popups))
+    search = find(frame, "Search images by name or key")
+    check("the search field has a name", search is not None)
+    click(find(frame, "Images", "table"))
+    keys("ctrl+f")
+    now = focused(frame)
+    check("Ctrl+F goes to the search field",
+          now is not None and now.name == "Search images by name or key",
+          "?" if now is None else now.name)
+    keys("Escape")
+
     # 4. The next click reaches Assign Metadata, and the window tells the outcome.
     assign = find(frame, "Assign Metadata", "push button")
     click(assign)
@@ -199,6 +222,8 @@ try:
     check("the click after the dialog wrote the images", titles.get("A101_0001.jpg") is not None,
           str(titles))
     check("the status line reads exiftool's counts", status.startswith("Last write:"), status)
+    cell = wait_for(lambda: row_reading("A101_0001.jpg, A101, Written"))
+    check("the table reads the outcome on the row", cell is not None)
     print("      button names seen: " + ", ".join(sorted(names & {"Working\u2026", "Assign Metadata"})))
 
     # 5. The shot list is a named window whose counts read as numbers.

@@ -2,6 +2,7 @@
 #include "imagesareacontroller.h"
 
 #include "app/datasourcepresentable.h"
+#include "app/imagestable.h"
 #include "app/imagewarningviewcontroller.h"
 #include "app/shotlistviewcontroller.h"
 
@@ -11,6 +12,7 @@
 #include "preferences/preferences.h"
 #include "sources/matchfindings.h"
 #include "sources/shotlistcoordinator.h"
+#include "writing/metadataqueue.h"
 
 #include "extensions/log.h"
 
@@ -19,7 +21,9 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
+#include <QTableView>
 #include <QToolButton>
+#include <QVBoxLayout>
 
 namespace qb {
 
@@ -36,9 +40,12 @@ void ImagesAreaController::build(QWidget* parent)
     m_dropTarget = new DestinationView(parent);
     m_view = m_dropTarget;
     m_dropTarget->setObjectName(QStringLiteral("imageDropTarget"));
-    m_dropTarget->setAccessibleName(QStringLiteral("Images"));
+    m_dropTarget->setAccessibleName(QStringLiteral("Image drop area"));
     m_dropTarget->setMinimumHeight(48);
-    auto* layout = new QHBoxLayout(m_dropTarget);
+    auto* area = new QVBoxLayout(m_dropTarget);
+    auto* layout = new QHBoxLayout;
+    layout->setContentsMargins(0, 0, 0, 0);
+    area->addLayout(layout);
     m_dropNotice = new QLabel(QStringLiteral("Drop images or folders here"), m_dropTarget);
     m_dropNotice->setObjectName(QStringLiteral("imageDropNotice"));
     auto* select = new QPushButton(QStringLiteral("Select Images\u2026"), m_dropTarget);
@@ -62,7 +69,17 @@ void ImagesAreaController::build(QWidget* parent)
     layout->addStretch(1);
     layout->addWidget(m_shotlistButton);
     layout->addWidget(select);
+    m_table = new ImagesTable(
+        m_context.openUrl,
+        MetadataQueue::shared(m_context.preferences->writeMethod()).exiftoolLocation(),
+        m_dropTarget);
+    area->addWidget(m_table, 1);
 
+    connect(m_table, &ImagesTable::removeRequested, this, &ImagesAreaController::removeImages);
+    connect(m_table, &ImagesTable::keyChosen, this, [this](const QString& key) {
+        if (m_shotlist)
+            m_shotlist->selectShot(key);
+    });
     connect(select, &QPushButton::clicked, this, &ImagesAreaController::selectImages);
     connect(m_warningButton, &QToolButton::clicked, this, &ImagesAreaController::showImageWarning);
     connect(m_shotlistButton, &QPushButton::clicked, this, &ImagesAreaController::showShotlist);
@@ -80,6 +97,12 @@ void ImagesAreaController::refresh()
     m_dropNotice->setVisible(urls.isEmpty());
     m_countLabel->setVisible(!urls.isEmpty());
     m_shotlistButton->setVisible(!urls.isEmpty());
+    QStringList paths;
+    paths.reserve(urls.size());
+    for (const QUrl& url : urls)
+        paths << url.toLocalFile();
+    m_table->model().setImages(paths);
+    replan();
     if (urls.isEmpty()) {
         m_validatedImages.reset();
         m_matchFindings.clear();
@@ -94,6 +117,52 @@ void ImagesAreaController::refresh()
     m_warningButton->setVisible(m_validatedImages->invalidCount != 0 ||
                                 !m_matchFindings.isEmpty() || !m_leftOutImages.isEmpty());
     emit imagesChanged();
+}
+
+ImagePlanInputs ImagesAreaController::planInputs() const
+{
+    ImagePlanInputs inputs;
+    DataSourcePresentable* panel = m_context.panel ? m_context.panel() : nullptr;
+    if (panel && panel->isReady()) {
+        // A copy, as the worker reads it while the panel may change.
+        if (const auto source = std::dynamic_pointer_cast<FileNameDataSource>(panel->dataSource()))
+            inputs.source = std::make_shared<const FileNameDataSource>(*source);
+    }
+    if (m_context.mappings)
+        inputs.mappings = m_context.mappings();
+    inputs.writeMethodValue = m_context.preferences->writeMethodValue();
+    inputs.emptyCells =
+        m_context.preferences->emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep;
+    return inputs;
+}
+
+void ImagesAreaController::replan()
+{
+    m_table->model().plan(planInputs());
+}
+
+void ImagesAreaController::removeImages(const QStringList& paths)
+{
+    const QSet<QString> removed(paths.begin(), paths.end());
+    QList<QUrl> kept;
+    for (const QUrl& url : m_provider->urls())
+        if (!removed.contains(url.toLocalFile()))
+            kept << url;
+    m_provider->setURLs(kept);
+    refresh();
+}
+
+QList<QUrl> ImagesAreaController::selectedImages() const
+{
+    QList<QUrl> urls;
+    for (const QString& path : m_table->selectedPaths())
+        urls << QUrl::fromLocalFile(path);
+    return urls;
+}
+
+void ImagesAreaController::showOutcomes(const FileOutcomes& outcomes)
+{
+    m_table->model().setOutcomes(outcomes);
 }
 
 QStringList ImagesAreaController::findMatchFindings(const QList<QUrl>& images) const
@@ -183,6 +252,8 @@ ShotlistViewController* ImagesAreaController::showShotlist()
     if (DataSourcePresentable* source = m_context.panel())
         coordinator.emplace(m_provider, source->dataSource());
     panel->setUp(std::move(coordinator), *m_context.center, m_context.notifier);
+    connect(panel, &ShotlistViewController::shotChosen, m_table, &ImagesTable::selectKey);
+    m_shotlist = panel;
     panel->popUp();
     return panel;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "sources/imageplan.h"
 #include "sources/imagevalidator.h"
 #include "sources/urlimageprovider.h"
 
@@ -22,6 +23,7 @@ namespace qb {
 class DataSourcePresentable;
 class DestinationView;
 class FileAndFolderDialog;
+class ImagesTable;
 class ImageWarningViewController;
 class NotificationCenter;
 class Preferences;
@@ -41,6 +43,10 @@ public:
         std::function<DataSourcePresentable*()> panel;
         // Whose notifications refresh the shot list.
         const QObject* notifier = nullptr;
+        // The rule rows in force, which give each image its tags.
+        std::function<std::vector<MetadataMapping>()> mappings;
+        // Opens a file or folder with the desktop's program for it.
+        std::function<void(const QUrl&)> openUrl;
     };
 
     ImagesAreaController(Context context, QWidget* parent);
@@ -51,6 +57,7 @@ public:
     QLabel* countLabel() const { return m_countLabel; }
     QToolButton* warningButton() const { return m_warningButton; }
     QPushButton* shotlistButton() const { return m_shotlistButton; }
+    ImagesTable* table() const { return m_table; }
 
     URLImageProvider& provider() const { return *m_provider; }
     const std::optional<ImageValidator::ValidatedImages>& validatedImages() const
@@ -66,8 +73,17 @@ public:
     // Counts and checks the images again, for the write method in force and
     // the rows of the panel.
     void refresh();
+    // Works out again what the next write does with each image, as after
+    // a change of the rules.
+    void replan();
     // Replaces the images, as a drop of files and folders does.
     void dropImages(const QList<QUrl>& urls);
+    // Takes images out of the batch.
+    void removeImages(const QStringList& paths);
+    // The images chosen in the table; none when nothing is chosen.
+    QList<QUrl> selectedImages() const;
+    // Shows what the last write did with each image.
+    void showOutcomes(const FileOutcomes& outcomes);
     void selectImages();
     ImageWarningViewController* showImageWarning();
     ShotlistViewController* showShotlist();
@@ -81,6 +97,7 @@ private:
     FileAndFolderDialog& openPanel();
     QStringList findMatchFindings(const QList<QUrl>& images) const;
     QString warningText() const;
+    ImagePlanInputs planInputs() const;
 
     Context m_context;
     std::shared_ptr<URLImageProvider> m_provider;
@@ -95,6 +112,9 @@ private:
     QLabel* m_countLabel = nullptr;
     QToolButton* m_warningButton = nullptr;
     QPushButton* m_shotlistButton = nullptr;
+    ImagesTable* m_table = nullptr;
+    // The shot list while it is open, which follows the table's choice.
+    QPointer<ShotlistViewController> m_shotlist;
     QPointer<FileAndFolderDialog> m_openPanel;
     QCheckBox* m_includeSubdirsCheck = nullptr;
 };

@@ -120,6 +120,25 @@ ShotlistViewController::ShotlistViewController(QWidget* anchor)
     connect(refresh, &QToolButton::clicked, this, &ShotlistViewController::viewStyleAction);
     connect(detach, &QToolButton::clicked, this, &PopoverPanel::detach);
     connect(this, &PopoverPanel::detached, detach, &QToolButton::hide);
+    connect(m_tableView->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
+            [this](const QModelIndex& current) {
+                if (current.isValid())
+                    emit shotChosen(m_model.statusData()[std::size_t(current.row())].name);
+            });
+}
+
+void ShotlistViewController::selectShot(const QString& name)
+{
+    const auto& shots = m_model.statusData();
+    const auto found = std::ranges::find(shots, name, &ShotStatus::name);
+    const QSignalBlocker quiet(m_tableView->selectionModel());
+    if (found == shots.end()) {
+        m_tableView->clearSelection();
+        return;
+    }
+    m_tableView->selectRow(int(found - shots.begin()));
+    m_tableView->scrollTo(m_model.index(int(found - shots.begin()), 0));
+    m_tableView->viewport()->update();
 }
 
 void ShotlistViewController::setUp(std::optional<ShotlistCoordinator> shotlist,

@@ -73,6 +73,12 @@ public:
     QLabel* shotCountLabel() const { return m_shotCountLabel; }
     QLabel* completedCountLabel() const { return m_completedCountLabel; }
     QTableView* tableView() const { return m_tableView; }
+    // Chooses the shot of that name, quietly; none when there is none.
+    void selectShot(const QString& name);
+
+signals:
+    // The user chose this shot in the list.
+    void shotChosen(const QString& name);
 
 private:
     std::optional<ShotlistCoordinator> m_shotlist;

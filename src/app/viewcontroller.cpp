@@ -73,25 +73,34 @@ void ViewController::buildView()
     ruleEditor->setMinimumHeight(160);
     rulesTitle->setBuddy(ruleEditor);
     layout->addWidget(ruleEditor, 1);
-    layout->addWidget(buildImageBar());
+    layout->addWidget(buildImageBar(), 2);
 }
 
 QWidget* ViewController::buildImageBar()
 {
     auto* bar = new QWidget(this);
-    auto* layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(0, 0, 0, 0);
-    m_images = new ImagesAreaController({m_services.preferences, m_services.center,
-                                         [this] { return m_datasourceView.get(); }, this},
-                                        bar);
+    auto* area = new QVBoxLayout(bar);
+    area->setContentsMargins(0, 0, 0, 0);
+    auto* layout = new QHBoxLayout;
+    m_images = new ImagesAreaController(
+        {m_services.preferences, m_services.center, [this] { return m_datasourceView.get(); }, this,
+         [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
+         [this](const QUrl& url) {
+             if (m_services.openUrl)
+                 m_services.openUrl(url);
+         }},
+        bar);
     m_writer = new WriteController(
         {m_services.preferences, [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
          [this] { return m_datasourceView->dataSource(); },
-         [this]() -> const ImageProvider& {
-             return m_images->provider();
+         [this]() -> const ImageProvider& { return m_images->provider(); },
+         [this] {
+             return m_images->selectedImages();
          }},
         bar);
-    layout->addWidget(m_images->view(), 1);
+    area->addWidget(m_images->view(), 1);
+    area->addLayout(layout);
+    layout->addStretch(1);
     layout->addWidget(m_writer->statusLabel());
     layout->addWidget(m_writer->progressIndicator());
     layout->addWidget(m_writer->previewButton());
@@ -109,6 +118,10 @@ QWidget* ViewController::buildImageBar()
             &ViewController::updateWriteReadiness);
     connect(m_images, &ImagesAreaController::imagesChanged, this, &ViewController::readImageKeys);
     connect(m_writer, &WriteController::writeFinished, this, &ViewController::writeFinished);
+    connect(m_writer, &WriteController::writeFinished, m_images,
+            [this] { m_images->showOutcomes(m_writer->lastOutcomes()); });
+    connect(m_services.preferences, &Preferences::emptyCellsClearChanged, m_images,
+            &ImagesAreaController::replan);
     return bar;
 }
 
@@ -237,6 +250,7 @@ bool ViewController::validateUserInterfaceItem(QAction* item) const
 void ViewController::ruleEditorRowsDidChange(RuleEditor&)
 {
     saveRows();
+    m_images->replan();
 }
 
 void ViewController::refreshImageDisplay()

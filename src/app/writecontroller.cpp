@@ -365,7 +365,9 @@ void WriteController::previewMetadata()
 {
     if (!exiftoolIsUsable())
         return;
-    const ImageProvider& provider = m_inputs.images();
+    const QList<QUrl> chosen = m_inputs.previewed ? m_inputs.previewed() : QList<QUrl>();
+    const URLListProvider chosenImages(chosen);
+    const ImageProvider& provider = chosen.isEmpty() ? m_inputs.images() : chosenImages;
     const Preferences& preferences = *m_inputs.preferences;
     ExifImages images =
         mapImages(provider, *m_inputs.source(), m_inputs.mappings(),

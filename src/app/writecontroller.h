@@ -37,6 +37,8 @@ public:
         std::function<std::vector<MetadataMapping>()> mappings;
         std::function<std::shared_ptr<MetadataSource>()> source;
         std::function<const ImageProvider&()> images;
+        // The images a preview is for; all of them when none.
+        std::function<QList<QUrl>()> previewed;
     };
 
     WriteController(Inputs inputs, QWidget* parent);
@@ -62,6 +64,8 @@ public:
     void restoreLastWrite();
     // Once this window has written, and while nothing else runs.
     bool canRestoreLastWrite() const;
+    // What the last write did with each file; none before the first.
+    const FileOutcomes& lastOutcomes() const { return m_lastReport.outcomes; }
 
 signals:
     // A write started by this window has ended, well or not.

@@ -77,7 +77,8 @@ TEST_F(AccessibilityTest, TabVisitsEveryControlInReadingOrder)
                              "delimiterPopUp",     "headerPopUp",      "imageKeyPopUp",
                              "matchingStylePopUp", "makeRulesButton"};
     const QStringList bottom = {"imageWarningButton", "imageStatusButton", "selectImagesButton",
-                                "previewButton", "actionButton"};
+                                "imageFilterPopup",   "imageSearchField",  "imageTable",
+                                "previewButton",      "actionButton"};
     EXPECT_EQ(tabRound(), top + row + arrayRow + bottom);
 
     // The panel, made after the rules, comes first all the same; a row added

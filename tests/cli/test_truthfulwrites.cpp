@@ -2,6 +2,7 @@
 // Writes through the real exiftool into files as a studio has them: links,
 // case twins, old IPTC, files in use, leftovers of crashes, formats that
 // hold nothing, and reports that must tell the truth.
+#include "../support/filewriter.h"
 #include "clirunner.h"
 
 #include <QJsonArray>
@@ -46,24 +47,7 @@ QJsonObject tagsOf(const QString& path, const QStringList& tags = {"-a"})
     return answer.isEmpty() ? QJsonObject() : answer.first().toObject();
 }
 
-// A process of its own that holds `path` open for writing, as a copy or a
-// tether program does, until it is stopped.
-class Writer {
-public:
-    explicit Writer(const QString& path)
-    {
-        m_process.start("/bin/sh", {"-c", "exec 3>>\"$0\"; echo ready; exec sleep 120", path});
-        EXPECT_TRUE(m_process.waitForReadyRead(10000));
-    }
-    ~Writer()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-
-private:
-    QProcess m_process;
-};
+using Writer = qb::testing::FileWriter;
 
 void setOld(const QString& path)
 {

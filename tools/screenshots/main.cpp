@@ -8,6 +8,8 @@
 #include "app/contactform.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/errorpresenter.h"
+#include "app/imagesareacontroller.h"
+#include "app/imagestable.h"
 #include "app/imagewarningviewcontroller.h"
 #include "app/preferenceswindow.h"
 #include "app/shotlistviewcontroller.h"
@@ -97,6 +99,76 @@ bool saveImageWarning(ViewController& controller, const QString& examples, const
     return saved;
 }
 
+// Waits until every image's status is known and the thumbnails in view
+// are in.
+void waitForTable(ViewController& controller)
+{
+    ImageTableModel& model = controller.images().table()->model();
+    for (int waited = 0; waited < 20000; waited += 50) {
+        settle();
+        bool ready = model.isPlanned();
+        for (int row = 0; ready && row < model.rowCount(); ++row)
+            ready = !model.index(row, ImageTableModel::thumbnailColumn)
+                         .data(Qt::DecorationRole)
+                         .isNull();
+        if (ready)
+            return;
+    }
+}
+
+// The images table over a shoot with an image of its own row, one that
+// two rows match, one without a row and one in a subfolder; then after a
+// write in which a damaged file failed. Its own copies and CSV, so that
+// the pictures after it see the sample as it was.
+bool saveImagesTable(DocumentWindow& window, const QString& examples, const QString& home,
+                     const QString& out)
+{
+    ViewController& controller = window.viewController();
+    auto* panel = dynamic_cast<CSVDataSourceViewController*>(controller.datasourceView());
+    if (!panel)
+        return false;
+    const QString folder = home + QStringLiteral("/table shoot");
+    QDir().mkpath(folder + QStringLiteral("/day 2"));
+    const QString images = examples + QStringLiteral("/images/");
+    for (const char* name : {"A101_0001.jpg", "A101_0002.jpg", "B202_0001.jpg", "C303_0001.jpg"})
+        QFile::copy(images + QLatin1String(name), folder + QLatin1Char('/') + QLatin1String(name));
+    QFile::copy(images + QStringLiteral("B202_0001.jpg"),
+                folder + QStringLiteral("/day 2/D404_0001.jpg"));
+    QFile damaged(folder + QStringLiteral("/day 2/D404_0002.jpg"));
+    QFile sample(examples + QStringLiteral("/shoot.csv"));
+    QFile csv(home + QStringLiteral("/table.csv"));
+    if (!damaged.open(QIODevice::WriteOnly) || !sample.open(QIODevice::ReadOnly) ||
+        !csv.open(QIODevice::WriteOnly))
+        return false;
+    damaged.write(QByteArray("\xff\xd8\xff\xe0 cut off in the copy", 24));
+    damaged.close();
+    csv.write(sample.readAll() +
+              "A101_0002,\"Spring look, detail\",ana lindqvist,studio,Malm\xc3\xb6,true\n");
+    csv.close();
+    panel->pathControl()->setUrl(QUrl::fromLocalFile(csv.fileName()));
+    panel->importFileAction();
+    controller.dropImages(
+        {QUrl::fromLocalFile(folder), QUrl::fromLocalFile(folder + QStringLiteral("/day 2"))});
+    const QSize size = window.size();
+    window.resize(size.width(), size.height() + 260);
+    waitForTable(controller);
+    bool ok = saveWindow(window, out + QStringLiteral("/images-table.png"));
+
+    controller.assignMetadata();
+    for (int waited = 0; waited < 60000 && !window.findChild<FailedFilesDialog*>(); waited += 50)
+        QTest::qWait(50);
+    if (auto* failed = window.findChild<FailedFilesDialog*>())
+        failed->close();
+    else
+        ok = false;
+    waitForTable(controller);
+    ok &= saveWindow(window, out + QStringLiteral("/images-table-after-write.png"));
+    panel->pathControl()->setUrl(QUrl::fromLocalFile(sample.fileName()));
+    panel->importFileAction();
+    window.resize(size);
+    return ok;
+}
+
 // A folder made empty for the run and removed after it.
 class ScratchFolder {
 public:
@@ -121,6 +193,10 @@ private:
 
 int main(int argc, char* argv[])
 {
+    // The thumbnails the windows make stay with the run, out of the user's
+    // cache.
+    qputenv("XDG_CACHE_HOME",
+            (QDir::tempPath() + QStringLiteral("/Quillbrook Screenshots/cache")).toLocal8Bit());
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillbrook"));
     QApplication::setApplicationVersion(QStringLiteral(QB_VERSION));
@@ -206,6 +282,8 @@ int main(int argc, char* argv[])
     shots->close();
 
     ok &= saveImageWarning(sample->viewController(), examples, home.path(), out);
+    ok &= saveImagesTable(*sample, examples, home.path(), out);
+    sample->viewController().dropImages({QUrl::fromLocalFile(shoot)});
 
     // The preview reads the copies' current values with the real exiftool;
     // one copy already holds a title and an older creator.
