@@ -41,8 +41,8 @@ QString unassignedReason(const PlannedFrame& frame, const CardSubject* subject)
     case UnassignedReason::afterLastCard:
         return QStringLiteral("after the last card");
     case UnassignedReason::unknownCode:
-        return QStringLiteral("after a card of no row, ") +
-               (subject ? subject->keys.join(QStringLiteral(", ")) : QString());
+        return QStringLiteral("its card %1 names no row")
+            .arg(subject ? subject->keys.join(QStringLiteral(", ")) : QString());
     case UnassignedReason::none:
         break;
     }
@@ -92,8 +92,13 @@ CardTableRows cardTableRows(const CardPlan& plan, const FileNameDataSource& rows
             entry.reason = cardNote(frame, subject);
         } else if (!frame.keys.isEmpty()) {
             entry.state = ImageState::willBeWritten;
+            QStringList notes;
             if (subject && subject->needsCheck())
-                entry.reason = QStringLiteral("check: a card may have been missed");
+                notes << QStringLiteral("check: a card may have been missed");
+            // Its place in the shoot is a guess worth a look.
+            if (frame.placedByName)
+                notes << QStringLiteral("no capture time, placed by name");
+            entry.reason = notes.join(QStringLiteral("; "));
         } else {
             entry.state = ImageState::unassigned;
             entry.reason = unassignedReason(frame, subject);

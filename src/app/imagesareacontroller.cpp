@@ -22,6 +22,7 @@
 #include <QCheckBox>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -111,6 +112,8 @@ void ImagesAreaController::buildSubjectRow()
     m_subjectField->setObjectName(QStringLiteral("currentSubjectField"));
     m_subjectField->setAccessibleName(QStringLiteral("Current subject"));
     m_subjectField->setPlaceholderText(QStringLiteral("Scan a card or type its key"));
+    m_subjectField->setMinimumWidth(
+        m_subjectField->fontMetrics().horizontalAdvance(m_subjectField->placeholderText()) + 24);
     m_subjectField->setToolTip(
         QStringLiteral("Frames no card covers, as those shot before the first card, go to "
                        "this row: scan the subject's card here before shooting."));
@@ -227,6 +230,13 @@ void ImagesAreaController::showCardPlan()
     }
     const CardTableRows& rows = m_cards->tableRows();
     m_table->model().showPlanned(rows.paths, rows.entries, rows.subjects);
+    // A subject's name and count say more than a key; the column widens
+    // once as card mode starts, and is the user's to size after that.
+    if (!m_plannedImages) {
+        QHeaderView* header = m_table->tableView()->horizontalHeader();
+        header->resizeSection(ImageTableModel::keyColumn,
+                              std::max(header->sectionSize(ImageTableModel::keyColumn), 320));
+    }
     m_plannedImages = std::make_shared<URLListProvider>(m_cards->plannedRows()->images());
     const auto checks = std::ranges::count_if(plan->subjects, &CardSubject::needsCheck);
     const auto unassigned = std::ranges::count_if(rows.entries, [](const ImagePlanEntry& entry) {
