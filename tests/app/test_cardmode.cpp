@@ -2,6 +2,7 @@
 #include "windowtesting.h"
 
 #include "../cards/cardimages.h"
+#include "../cards/cardplansketch.h"
 
 #include "app/cardplanner.h"
 #include "app/imagesareacontroller.h"
@@ -21,6 +22,51 @@ using namespace qb;
 using namespace qb::testing;
 
 namespace {
+
+TEST(CardTableRows, EachFrameSaysWhatTheWriteDoesWithItAndWhoItIs)
+{
+    const FileNameDataSource rows(
+        MetadataTable{{"1234", {{"Name", QString("Ana Lindqvist")}, {"Title", QString("Ana")}}},
+                      {"1235", {{"Name", QString("Ben Okafor")}, {"Title", QString("Ben")}}}});
+    const std::vector<MetadataMapping> title{MetadataMapping("Title", "XMP:Title", nullptr)};
+    const QString written = "Will be written, 1 tag";
+    const QString check = "; check: a card may have been missed";
+    const struct {
+        const char* name;
+        QString session; // as the card plan tests sketch it
+        QStringList statuses;
+        QString lastSubject;
+    } cases[] = {
+        {"forward",
+         ". 1234 .",
+         {"Unassigned: before the first card", "Card", written},
+         "1234 Ana Lindqvist, 1 frame"},
+        {"group",
+         "1234+1235 .",
+         {"Card, a group", written},
+         "1234 Ana Lindqvist + 1235 Ben Okafor, 1 frame"},
+        {"unknown code",
+         "1234 9999 .",
+         {"Card", "Card, no row has its key", "Unassigned: its card 9999 names no row"},
+         "9999 (no row), 1 frame"},
+        {"gap, and a frame without a time",
+         "1234 .>300 .~",
+         {"Card", written + check, written + check + "; no capture time, placed by name"},
+         "1234 Ana Lindqvist, 2 frames"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const CardTableRows table =
+            cardTableRows(makeCardPlan(sketchedFrames(c.session), RowKeys(rows.keys()), {}), rows,
+                          title, EmptyCells::keep);
+        QStringList statuses;
+        for (const ImagePlanEntry& entry : table.entries)
+            statuses << imageStateText(entry);
+        EXPECT_EQ(statuses, c.statuses);
+        EXPECT_EQ(table.subjects.back(), c.lastSubject);
+        EXPECT_EQ(table.paths.size(), qsizetype(table.entries.size()));
+    }
+}
 
 class CardModeTest : public WindowTest {
 protected:
