@@ -70,20 +70,13 @@ TEST(CardTableRows, EachFrameSaysWhatTheWriteDoesWithItAndWhoItIs)
 
 class CardModeTest : public WindowTest {
 protected:
-    // A package keyed by Key, its Title written, with its settings as the
-    // panel saves them.
+    // A package keyed by Key, whose rule writes the Title.
     QString writeCardPackage()
     {
-        writePackage(titleRow, "csvsource",
-                     "Key,Name,Title\n1234,Ana Lindqvist,Ana\n1235,Ben Okafor,Ben\n"
-                     "1236,Cleo Park,Cleo\n");
-        const QByteArray bookmark =
-            QJsonDocument(QJsonObject{{"path", "shoot.csv"}}).toJson(QJsonDocument::Compact);
-        writeFile("doc.qbmap/datasource/csv.json",
-                  R"({"keyNames": ["Key", "Name", "Title"], "selectedHeader": "Key",
-                      "selectedMatchStyle": 2, "currentURL": ")" +
-                      bookmark.toBase64() + R"("})");
-        return path("doc.qbmap");
+        return writePackage(titleRow, "csvsource",
+                            "Key,Name,Title\n1234,Ana Lindqvist,Ana\n1235,Ben Okafor,Ben\n"
+                            "1236,Cleo Park,Cleo\n",
+                            {"Key", "Name", "Title"});
     }
 
     // A card for 1234 after a first frame; the card of 1235 (frame 5)
