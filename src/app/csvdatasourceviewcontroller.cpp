@@ -210,7 +210,7 @@ QWidget* CSVDataSourceViewController::loadView()
     // Read with its text: a name given to it would hide what it says.
     m_encodingNote = new QLabel(view);
     m_encodingNote->setObjectName(QStringLiteral("encodingNote"));
-    m_encodingNote->setAccessibleDescription(QStringLiteral("Text encoding of the CSV file"));
+    m_encodingNote->setAccessibleDescription(QStringLiteral("How the data file was read"));
     m_encodingNote->setWordWrap(true);
     m_encodingNote->setVisible(false);
     m_fileNote = new QLabel(m_missingFile, view);
@@ -224,20 +224,20 @@ QWidget* CSVDataSourceViewController::loadView()
     fileColumn->addWidget(m_encodingNote);
     form->addRow(QStringLiteral("Data file:"), fileColumn);
 
+    // A row of one control at its own width.
+    const auto addRow = [form](const QString& label, QWidget* control) {
+        auto* row = new QHBoxLayout;
+        row->addWidget(control);
+        row->addStretch(1);
+        form->addRow(label, row);
+        return row;
+    };
     // A spreadsheet has sheets and no delimiter; a CSV file the other way
     // round. Only the row that fits the file shows.
-    auto* sheetRow = new QHBoxLayout;
     m_sheetPopUp = makeSheetPopUp(view);
-    sheetRow->addWidget(m_sheetPopUp);
-    sheetRow->addStretch(1);
-    form->addRow(QStringLiteral("Sheet:"), sheetRow);
-    m_sheetRow = sheetRow;
-    auto* delimiterRow = new QHBoxLayout;
+    m_sheetRow = addRow(QStringLiteral("Sheet:"), m_sheetPopUp);
     m_delimiterPopUp = makeDelimiterPopUp(view);
-    delimiterRow->addWidget(m_delimiterPopUp);
-    delimiterRow->addStretch(1);
-    form->addRow(QStringLiteral("Fields separated by:"), delimiterRow);
-    m_delimiterRow = delimiterRow;
+    m_delimiterRow = addRow(QStringLiteral("Fields separated by:"), m_delimiterPopUp);
 
     auto* matchRow = new QHBoxLayout;
     m_imageKeyPopUp = makeImageKeyPopUp(view);
@@ -245,10 +245,14 @@ QWidget* CSVDataSourceViewController::loadView()
     m_keyValueLabel = keyLabel;
     m_headerPopUp = new QComboBox(view);
     m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
-    m_headerPopUp->setAccessibleName(QStringLiteral("File name column"));
+    m_headerPopUp->setAccessibleName(QStringLiteral("Key column"));
     m_headerPopUp->setAccessibleDescription(m_headerPopUp->accessibleName());
     m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_matchingStylePopUp = makeMatchingStylePopUp(view, true, true);
+    // Here it compares the key with the name, a tag's value or the path,
+    // or gives frames their rows by cards.
+    m_matchingStylePopUp->setAccessibleName(QStringLiteral("Key matching"));
+    m_matchingStylePopUp->setAccessibleDescription(m_matchingStylePopUp->accessibleName());
     matchRow->addWidget(m_headerPopUp);
     matchRow->addSpacing(12);
     matchRow->addWidget(m_imageKeyPopUp);
@@ -257,16 +261,13 @@ QWidget* CSVDataSourceViewController::loadView()
     matchRow->addStretch(1);
     form->addRow(QStringLiteral("Key column:"), matchRow);
 
-    auto* rulesRow = new QHBoxLayout;
     m_makeRulesButton = new QPushButton(QStringLiteral("Make rules from the columns"), view);
     m_makeRulesButton->setObjectName(QStringLiteral("makeRulesButton"));
     m_makeRulesButton->setAccessibleName(m_makeRulesButton->text());
     m_makeRulesButton->setToolTip(
         QStringLiteral("Add a rule for each column named after a tag exiftool can write "
                        "(Title, XMP-dc:Subject\u2026), as exiftool -csv names its columns."));
-    rulesRow->addWidget(m_makeRulesButton);
-    rulesRow->addStretch(1);
-    form->addRow(QString(), rulesRow);
+    addRow(QString(), m_makeRulesButton);
 
     connect(m_pathControl, &PathControl::action, this,
             &CSVDataSourceViewController::importFileAction);
@@ -643,13 +644,23 @@ void CSVDataSourceViewController::showEncodingNote()
 {
     if (!m_encodingNote)
         return;
+    // A code page that may be guessed wrong, or the spreadsheet's cells that
+    // don't read as they show (an error such as #N/A, a formula without its
+    // result): the first of them, and how many more.
     const auto& page = m_csvDataSource->detectedCodePage();
-    m_encodingNote->setText(
-        page ? QStringLiteral("Not UTF-8: read as %1. Save the file as UTF-8 if names "
+    const QStringList& notes = m_csvDataSource->notes();
+    QString text;
+    if (page)
+        text = QStringLiteral("Not UTF-8: read as %1. Save the file as UTF-8 if names "
                               "look wrong.")
-                   .arg(QString::fromLatin1(page->displayName))
-             : QString());
-    m_encodingNote->setVisible(page.has_value());
+                   .arg(QString::fromLatin1(page->displayName));
+    else if (!notes.isEmpty())
+        text =
+            notes.size() == 1
+                ? notes.front()
+                : QStringLiteral("%1 (and %2 more cells)").arg(notes.front()).arg(notes.size() - 1);
+    m_encodingNote->setText(text);
+    m_encodingNote->setVisible(!text.isEmpty());
 }
 
 void CSVDataSourceViewController::restorePathControl()

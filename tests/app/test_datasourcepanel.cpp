@@ -132,6 +132,10 @@ TEST_F(DataSourcePanelTest, ASpreadsheetShowsItsSheetsAndTheChoiceIsSavedWithThe
     dropImages({"shoot/00123.jpg"});
     choose(sheets, "Day 2");
     EXPECT_EQ(savedSettings()["sheetName"], "Day 2");
+    // Its formula without a saved result is told beside the file.
+    EXPECT_TRUE(panel().encodingNote()->isVisible());
+    EXPECT_TRUE(panel().encodingNote()->text().startsWith("Cell B3 holds a formula"))
+        << panel().encodingNote()->text().toStdString();
     EXPECT_EQ(panel().csvDataSource()->row("00123")->at("Title"), DynamicValue("Ann, second day"));
     EXPECT_EQ(writtenTitle("shoot/00123.jpg"), "Ann, second day");
 
