@@ -54,14 +54,16 @@ ImageTableModel::ImageTableModel(ThumbnailLoader* thumbnails, QObject* parent)
 
 ImageTableModel::~ImageTableModel()
 {
-    stopPlanning();
+    cancelPlanning();
+    for (QFuture<void>& planning : m_planning)
+        planning.waitForFinished();
 }
 
-void ImageTableModel::stopPlanning()
+void ImageTableModel::cancelPlanning()
 {
     if (m_cancelled)
         *m_cancelled = true;
-    m_planning.waitForFinished();
+    std::erase_if(m_planning, [](const QFuture<void>& planning) { return planning.isFinished(); });
 }
 
 void ImageTableModel::setImages(const QStringList& paths)
@@ -123,7 +125,7 @@ void ImageTableModel::indexRows()
 
 void ImageTableModel::plan(ImagePlanInputs inputs)
 {
-    stopPlanning();
+    cancelPlanning();
     const int generation = ++m_generation;
     if (!m_groups.isEmpty()) {
         m_groups.clear();
@@ -140,7 +142,7 @@ void ImageTableModel::plan(ImagePlanInputs inputs)
     for (const QString& path : std::as_const(m_paths))
         inputs.images << QUrl::fromLocalFile(path);
     m_cancelled = std::make_shared<std::atomic_bool>(false);
-    m_planning =
+    m_planning.push_back(
         QtConcurrent::run([this, inputs = std::move(inputs), cancelled = m_cancelled, generation] {
             planImages(
                 inputs, batchSize,
@@ -153,7 +155,7 @@ void ImageTableModel::plan(ImagePlanInputs inputs)
                         Qt::QueuedConnection);
                 },
                 *cancelled);
-        });
+        }));
 }
 
 void ImageTableModel::takeBatch(int generation, qsizetype first,

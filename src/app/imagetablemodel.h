@@ -71,7 +71,7 @@ signals:
 
 private:
     void takeBatch(int generation, qsizetype first, const std::vector<ImagePlanEntry>& batch);
-    void stopPlanning();
+    void cancelPlanning();
     QVariant thumbnail(const QString& path) const;
     void thumbnailChanged(const QString& path);
     void indexRows();
@@ -90,7 +90,9 @@ private:
     int m_generation = 0;
     qsizetype m_pending = 0;
     std::shared_ptr<std::atomic_bool> m_cancelled;
-    QFuture<void> m_planning;
+    // Plans still running; a cancelled one ends after its batch in hand,
+    // without the window waiting for it.
+    std::vector<QFuture<void>> m_planning;
 };
 
 // The table's filter popup, its search field and its sorting.

@@ -241,6 +241,21 @@ TEST_F(ImagesWindowTest, StatusesFollowTheMatchingStyleAndTheWrite)
     EXPECT_EQ(after[4], "Still being written");
 }
 
+TEST_F(ImagesWindowTest, StatusesFollowTheWriteMethodAndTheRules)
+{
+    openWindow(writePackage(titleAndKeywords));
+    makeJpeg(path("images/A1.jpg"));
+    writeFile("images/A1_0002.xyz", "a format exiftool can't write into");
+    controller().dropImages({QUrl::fromLocalFile(path("images/A1.jpg")),
+                             QUrl::fromLocalFile(path("images/A1_0002.xyz"))});
+    EXPECT_EQ(statuses(),
+              (QStringList{"Will be written, 2 tags", "Can’t be written by this method"}));
+    m_preferences.setWriteMethodValue(1); // XMP sidecars take any file
+    EXPECT_EQ(statuses(), (QStringList{"Will be written, 2 tags", "Will be written, 2 tags"}));
+    controller().ruleEditor->removeRow(1);
+    EXPECT_EQ(statuses(), (QStringList{"Will be written, 1 tag", "Will be written, 1 tag"}));
+}
+
 TEST_F(ImagesWindowTest, TheShotListAndTheTableChooseEachOtherAndPreviewTakesTheChoice)
 {
     openWindow(writePackage(titleAndKeywords));
@@ -278,6 +293,12 @@ TEST_F(ImagesWindowTest, TheShotListAndTheTableChooseEachOtherAndPreviewTakesThe
         previewed.insert(preview->table()->item(row, 0)->text());
     EXPECT_EQ(previewed, (QSet<QString>{"A1.jpg", "A1_0001.jpg"}));
     preview->reject();
+
+    // Delete takes them out of the batch; the count above follows.
+    table.tableView()->setFocus();
+    QTest::keyClick(table.tableView(), Qt::Key_Delete);
+    EXPECT_EQ(controller().imageCountLabel->text(), "2 Images");
+    EXPECT_EQ(model().paths(), (QStringList{path("images/B2.jpg"), path("images/B2_0002.jpg")}));
 }
 
 } // namespace
