@@ -178,7 +178,7 @@ void ImageTableModel::takeBatch(int generation, qsizetype first,
 void ImageTableModel::showPlanned(const QStringList& paths, std::vector<ImagePlanEntry> entries,
                                   const QStringList& groups)
 {
-    stopPlanning();
+    cancelPlanning();
     ++m_generation;
     m_pending = 0;
     QHash<QString, ImagePlanEntry> outcomes;
