@@ -174,9 +174,12 @@ void CSVDataSourceViewController::updateHeaderPopUpEnabled()
 // come from columns only once there are some.
 void CSVDataSourceViewController::updateKeyControlsEnabled()
 {
+    // Nor is a key compared with anything of the image by cards.
     if (m_imageKeyPopUp)
-        m_imageKeyPopUp->setEnabled(m_enabled &&
+        m_imageKeyPopUp->setEnabled(m_enabled && !m_settings.cardMode &&
                                     m_csvDataSource->matchingStyle() != MatchingStyle::path);
+    if (m_keyValueLabel)
+        m_keyValueLabel->setVisible(!m_settings.cardMode);
     if (m_makeRulesButton)
         m_makeRulesButton->setEnabled(m_enabled && !m_settings.keyNames.isEmpty());
 }
@@ -239,13 +242,15 @@ QWidget* CSVDataSourceViewController::loadView()
     auto* matchRow = new QHBoxLayout;
     m_imageKeyPopUp = makeImageKeyPopUp(view);
     auto* keyLabel = new QLabel(QStringLiteral("its value"), view);
+    m_keyValueLabel = keyLabel;
     m_headerPopUp = new QComboBox(view);
     m_headerPopUp->setObjectName(QStringLiteral("headerPopUp"));
     m_headerPopUp->setAccessibleName(QStringLiteral("Key column"));
     m_headerPopUp->setAccessibleDescription(m_headerPopUp->accessibleName());
     m_headerPopUp->setSizeAdjustPolicy(QComboBox::AdjustToContents);
-    m_matchingStylePopUp = makeMatchingStylePopUp(view, true);
-    // Here it compares the key with the name, a tag's value or the path.
+    m_matchingStylePopUp = makeMatchingStylePopUp(view, true, true);
+    // Here it compares the key with the name, a tag's value or the path,
+    // or gives frames their rows by cards.
     m_matchingStylePopUp->setAccessibleName(QStringLiteral("Key matching"));
     m_matchingStylePopUp->setAccessibleDescription(m_matchingStylePopUp->accessibleName());
     matchRow->addWidget(m_headerPopUp);
@@ -290,7 +295,9 @@ void CSVDataSourceViewController::viewDidLoad()
 {
     {
         const QSignalBlocker quiet(m_matchingStylePopUp);
-        selectMatchingStyle(*m_matchingStylePopUp, m_settings.selectedMatchStyle);
+        selectMatchingStyle(*m_matchingStylePopUp, m_settings.cardMode
+                                                       ? cardsMatchingItem
+                                                       : m_settings.selectedMatchStyle);
     }
     m_matchingStylePopUp->setEnabled(m_enabled);
     m_delimiterPopUp->setEnabled(m_enabled);
@@ -442,12 +449,27 @@ void CSVDataSourceViewController::fileNameSelect()
 void CSVDataSourceViewController::matchStyleSelect()
 {
     const int tag = selectedMatchingStyle(*m_matchingStylePopUp);
+    if (tag == cardsMatchingItem) {
+        m_settings.cardMode = true;
+        updateKeyControlsEnabled();
+        contentChanged();
+        return;
+    }
     const auto style = matchingStyleFromRawValue(tag);
     if (!style)
         return;
+    m_settings.cardMode = false;
     m_settings.selectedMatchStyle = tag;
     m_csvDataSource->setMatchingStyle(*style);
     updateKeyControlsEnabled();
+    contentChanged();
+}
+
+void CSVDataSourceViewController::setCardFixes(std::vector<CardFixSetting> fixes)
+{
+    if (fixes == m_settings.cardFixes)
+        return;
+    m_settings.cardFixes = std::move(fixes);
     contentChanged();
 }
 

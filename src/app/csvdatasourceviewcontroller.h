@@ -53,6 +53,12 @@ public:
 
     void importFile(const QUrl& url);
 
+    // By barcode cards: frames get their rows from the cards shot among
+    // them, mended by the fixes the user made; both kept in the document.
+    bool cardMode() const { return m_settings.cardMode; }
+    const std::vector<CardFixSetting>& cardFixes() const { return m_settings.cardFixes; }
+    void setCardFixes(std::vector<CardFixSetting> fixes);
+
     PathControl* pathControl() const { return m_pathControl; }
     QComboBox* headerPopUp() const { return m_headerPopUp; }
     QComboBox* matchingStylePopUp() const { return m_matchingStylePopUp; }
@@ -103,6 +109,7 @@ private:
     QPointer<QComboBox> m_sheetPopUp;
     QPointer<QComboBox> m_imageKeyPopUp;
     QPointer<QPushButton> m_makeRulesButton;
+    QPointer<QLabel> m_keyValueLabel;
     QLayout* m_sheetRow = nullptr;
     QLayout* m_delimiterRow = nullptr;
     QFormLayout* m_form = nullptr;

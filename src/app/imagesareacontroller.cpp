@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "imagesareacontroller.h"
 
+#include "app/cardplanner.h"
+#include "app/csvdatasourceviewcontroller.h"
 #include "app/datasourcepresentable.h"
+#include "app/errorpresenter.h"
 #include "app/imagestable.h"
 #include "app/imagewarningviewcontroller.h"
 #include "app/shotlistviewcontroller.h"
@@ -17,8 +20,13 @@
 #include "extensions/log.h"
 
 #include <QCheckBox>
+#include <QFileInfo>
 #include <QHBoxLayout>
+#include <QHeaderView>
+#include <QInputDialog>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QStyle>
 #include <QTableView>
@@ -69,11 +77,18 @@ void ImagesAreaController::build(QWidget* parent)
     layout->addStretch(1);
     layout->addWidget(m_shotlistButton);
     layout->addWidget(select);
-    m_table = new ImagesTable(
-        m_context.openUrl,
-        MetadataQueue::shared(m_context.preferences->writeMethod()).exiftoolLocation(),
-        m_dropTarget);
+    const QString exiftool =
+        MetadataQueue::shared(m_context.preferences->writeMethod()).exiftoolLocation();
+    buildSubjectRow();
+    area->addWidget(m_subjectRow);
+    m_table = new ImagesTable(m_context.openUrl, exiftool, m_dropTarget);
     area->addWidget(m_table, 1);
+    m_cards = new CardPlanner(exiftool, this);
+    connect(m_cards, &CardPlanner::planned, this, &ImagesAreaController::showCardPlan);
+    connect(m_cards, &CardPlanner::failed, this,
+            [this](const Error& error) { presentError(m_view->window(), error); });
+    m_table->setMenuExtension(
+        [this](QMenu& menu, const QStringList& paths) { addCardActions(menu, paths); });
 
     connect(m_table, &ImagesTable::removeRequested, this, &ImagesAreaController::removeImages);
     connect(m_table, &ImagesTable::keyChosen, this, [this](const QString& key) {
@@ -86,8 +101,37 @@ void ImagesAreaController::build(QWidget* parent)
     connect(m_dropTarget, &DestinationView::urlsDropped, this, &ImagesAreaController::dropImages);
 }
 
+void ImagesAreaController::buildSubjectRow()
+{
+    // A USB scanner types a card's code and Return into the field in focus.
+    m_subjectRow = new QWidget(m_dropTarget);
+    auto* row = new QHBoxLayout(m_subjectRow);
+    row->setContentsMargins(0, 0, 0, 0);
+    auto* label = new QLabel(QStringLiteral("Current subject:"), m_subjectRow);
+    m_subjectField = new QLineEdit(m_subjectRow);
+    m_subjectField->setObjectName(QStringLiteral("currentSubjectField"));
+    m_subjectField->setAccessibleName(QStringLiteral("Current subject"));
+    m_subjectField->setPlaceholderText(QStringLiteral("Scan a card or type its key"));
+    m_subjectField->setMinimumWidth(
+        m_subjectField->fontMetrics().horizontalAdvance(m_subjectField->placeholderText()) + 24);
+    m_subjectField->setToolTip(
+        QStringLiteral("Frames no card covers, as those shot before the first card, go to "
+                       "this row: scan the subject's card here before shooting."));
+    label->setBuddy(m_subjectField);
+    m_subjectNote = new QLabel(m_subjectRow);
+    m_subjectNote->setObjectName(QStringLiteral("currentSubjectNote"));
+    row->addWidget(label);
+    row->addWidget(m_subjectField);
+    row->addWidget(m_subjectNote, 1);
+    m_subjectRow->hide();
+    connect(m_subjectField, &QLineEdit::returnPressed, this,
+            &ImagesAreaController::setCurrentSubject);
+}
+
 bool ImagesAreaController::hasWritableImages() const
 {
+    if (isCardMode())
+        return m_plannedImages && !m_plannedImages->images().isEmpty();
     return m_validatedImages && !m_validatedImages->validImages.isEmpty();
 }
 
@@ -102,6 +146,7 @@ void ImagesAreaController::refresh()
     for (const QUrl& url : urls)
         paths << url.toLocalFile();
     m_table->model().setImages(paths);
+    m_subjectRow->setVisible(isCardMode());
     replan();
     if (urls.isEmpty()) {
         m_validatedImages.reset();
@@ -113,7 +158,9 @@ void ImagesAreaController::refresh()
     // No singular: "1 Images".
     m_countLabel->setText(QString::number(urls.size()) + QStringLiteral(" Images"));
     m_validatedImages = ImageValidator::validate(urls, *m_context.preferences);
-    m_matchFindings = findMatchFindings(m_validatedImages->validImages);
+    // By cards, names tie no row to an image.
+    m_matchFindings =
+        isCardMode() ? QStringList() : findMatchFindings(m_validatedImages->validImages);
     m_warningButton->setVisible(m_validatedImages->invalidCount != 0 ||
                                 !m_matchFindings.isEmpty() || !m_leftOutImages.isEmpty());
     emit imagesChanged();
@@ -136,9 +183,205 @@ ImagePlanInputs ImagesAreaController::planInputs() const
     return inputs;
 }
 
+CSVDataSourceViewController* ImagesAreaController::cardPanel() const
+{
+    auto* panel =
+        qobject_cast<CSVDataSourceViewController*>(m_context.panel ? m_context.panel() : nullptr);
+    return panel && panel->cardMode() ? panel : nullptr;
+}
+
 void ImagesAreaController::replan()
 {
-    m_table->model().plan(planInputs());
+    CSVDataSourceViewController* panel = cardPanel();
+    const auto source = panel && panel->isReady()
+                            ? std::dynamic_pointer_cast<FileNameDataSource>(panel->dataSource())
+                            : nullptr;
+    if (!source) {
+        const bool hadPlan = m_plannedImages != nullptr;
+        m_cards->clear();
+        m_plannedImages.reset();
+        m_table->model().plan(planInputs());
+        if (hadPlan)
+            emit cardPlanChanged();
+        return;
+    }
+    CardPlanner::Inputs inputs;
+    for (const QUrl& url : m_provider->urls())
+        inputs.paths << url.toLocalFile();
+    // A copy, as the worker reads it while the panel may change.
+    inputs.rows = std::make_shared<const FileNameDataSource>(*source);
+    if (m_context.mappings)
+        inputs.mappings = m_context.mappings();
+    inputs.emptyCells =
+        m_context.preferences->emptyCellsClear() ? EmptyCells::clear : EmptyCells::keep;
+    for (const CardFixSetting& fix : panel->cardFixes())
+        inputs.options.fixes.push_back(CardFix{fix.frame, fix.key, 0});
+    inputs.options.currentSubject = m_currentSubject;
+    m_cards->plan(std::move(inputs));
+}
+
+void ImagesAreaController::showCardPlan()
+{
+    const std::optional<CardPlan>& plan = m_cards->currentPlan();
+    if (!plan) {
+        m_plannedImages.reset();
+        emit cardPlanChanged();
+        return;
+    }
+    const CardTableRows& rows = m_cards->tableRows();
+    m_table->model().showPlanned(rows.paths, rows.entries, rows.subjects);
+    // A subject's name and count say more than a key; the column widens
+    // once as card mode starts, and is the user's to size after that.
+    if (!m_plannedImages) {
+        QHeaderView* header = m_table->tableView()->horizontalHeader();
+        header->resizeSection(ImageTableModel::keyColumn,
+                              std::max(header->sectionSize(ImageTableModel::keyColumn), 320));
+    }
+    m_plannedImages = std::make_shared<URLListProvider>(m_cards->plannedRows()->images());
+    const auto checks = std::ranges::count_if(plan->subjects, &CardSubject::needsCheck);
+    const auto unassigned = std::ranges::count_if(rows.entries, [](const ImagePlanEntry& entry) {
+        return entry.state == ImageState::unassigned;
+    });
+    QStringList summary{QStringLiteral("%1 Images").arg(rows.paths.size()),
+                        plan->subjects.size() == 1
+                            ? QStringLiteral("1 subject")
+                            : QStringLiteral("%1 subjects").arg(plan->subjects.size())};
+    if (checks)
+        summary << QStringLiteral("%1 to check").arg(checks);
+    if (unassigned)
+        summary << QStringLiteral("%1 unassigned").arg(unassigned);
+    m_countLabel->setText(summary.join(QStringLiteral(", ")));
+    emit cardPlanChanged();
+}
+
+std::shared_ptr<MetadataSource>
+ImagesAreaController::writeSource(std::shared_ptr<MetadataSource> panelSource) const
+{
+    if (!isCardMode())
+        return panelSource;
+    if (m_cards->plannedRows())
+        return m_cards->plannedRows();
+    // No plan yet: no frame has a row.
+    return std::make_shared<PlannedRows>(
+        std::make_shared<const FileNameDataSource>(MetadataTable()),
+        std::vector<std::pair<QString, QStringList>>());
+}
+
+const ImageProvider& ImagesAreaController::writeImages() const
+{
+    static const URLListProvider none({});
+    if (!isCardMode())
+        return *m_provider;
+    return m_plannedImages ? *m_plannedImages : none;
+}
+
+void ImagesAreaController::setCurrentSubject()
+{
+    const QString text = m_subjectField->text().trimmed();
+    // The next scan replaces what this one typed.
+    m_subjectField->selectAll();
+    QString note;
+    if (text.isEmpty()) {
+        m_currentSubject.clear();
+        note = QStringLiteral("No subject: frames before the first card stay unassigned.");
+    } else {
+        CSVDataSourceViewController* panel = cardPanel();
+        const auto source =
+            panel ? std::dynamic_pointer_cast<FileNameDataSource>(panel->dataSource()) : nullptr;
+        const CardReading reading =
+            readCardKeys({text}, CardKeyPattern(), source ? rowKeysOf(*source) : RowKeys());
+        if (!reading.isKnown()) {
+            note = QStringLiteral("No row has the key “%1”.").arg(text);
+            m_subjectNote->setText(note);
+            m_subjectField->setAccessibleDescription(note);
+            return;
+        }
+        m_currentSubject = reading.rowKeys;
+        QStringList named;
+        for (const QString& key : m_currentSubject) {
+            const QString name = rowName(*source, key);
+            named << (name.isEmpty() ? key : QStringLiteral("%1 (%2)").arg(key, name));
+        }
+        note = QStringLiteral("Subject ") + named.join(QStringLiteral(", "));
+    }
+    m_subjectNote->setText(note);
+    m_subjectField->setAccessibleDescription(note);
+    replan();
+}
+
+void ImagesAreaController::addCardActions(QMenu& menu, const QStringList& paths)
+{
+    if (!isCardMode() || paths.isEmpty())
+        return;
+    menu.addSeparator();
+    QAction* mark = menu.addAction(QStringLiteral("Mark as card for…"), this,
+                                   [this, paths] { chooseCardRow(paths); });
+    mark->setObjectName(QStringLiteral("markAsCardAction"));
+    QAction* notCard = menu.addAction(QStringLiteral("Not a card"), this,
+                                      [this, paths] { markCards(paths, std::nullopt); });
+    notCard->setObjectName(QStringLiteral("notACardAction"));
+}
+
+void ImagesAreaController::chooseCardRow(const QStringList& paths)
+{
+    CSVDataSourceViewController* panel = cardPanel();
+    const auto source =
+        panel ? std::dynamic_pointer_cast<FileNameDataSource>(panel->dataSource()) : nullptr;
+    if (!source)
+        return;
+    const QStringList keys = source->keys();
+    QStringList items;
+    for (const QString& key : keys) {
+        const QString name = rowName(*source, key);
+        items << (name.isEmpty() ? key : key + QStringLiteral(" – ") + name);
+    }
+    auto* dialog = new QInputDialog(m_view->window());
+    dialog->setObjectName(QStringLiteral("cardRowDialog"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(QStringLiteral("Mark as Card"));
+    dialog->setLabelText(
+        paths.size() == 1
+            ? QStringLiteral("The row whose card %1 shows:")
+                  .arg(QFileInfo(paths.front()).fileName())
+            : QStringLiteral("The row whose card the %1 frames show:").arg(paths.size()));
+    dialog->setComboBoxItems(items);
+    dialog->setComboBoxEditable(false);
+    dialog->setWindowModality(Qt::WindowModal);
+    connect(dialog, &QInputDialog::textValueSelected, this,
+            [this, paths, keys, items](const QString& text) {
+                if (const qsizetype at = items.indexOf(text); at >= 0)
+                    markCards(paths, keys[at]);
+            });
+    dialog->open();
+}
+
+void ImagesAreaController::markCards(const QStringList& paths, const std::optional<QString>& key)
+{
+    CSVDataSourceViewController* panel = cardPanel();
+    if (!panel)
+        return;
+    // A name two folders share is told apart by its folder.
+    QHash<QString, int> names;
+    for (const QUrl& url : m_provider->urls())
+        ++names[url.fileName()];
+    QSet<QString> read;
+    if (const std::optional<CardPlan>& plan = m_cards->currentPlan()) {
+        for (const PlannedFrame& frame : plan->frames)
+            if (!frame.codes.isEmpty())
+                read.insert(frame.path);
+    }
+    std::vector<CardFixSetting> fixes = panel->cardFixes();
+    for (const QString& path : paths) {
+        const QFileInfo info(path);
+        const QString frame = names.value(info.fileName()) > 1
+                                  ? info.dir().dirName() + QLatin1Char('/') + info.fileName()
+                                  : info.fileName();
+        std::erase_if(fixes, [&](const CardFixSetting& fix) { return fix.frame == frame; });
+        // A frame made a card by hand only needs its mark taken away.
+        if (key || read.contains(path))
+            fixes.push_back({frame, key});
+    }
+    panel->setCardFixes(std::move(fixes));
 }
 
 void ImagesAreaController::removeImages(const QStringList& paths)

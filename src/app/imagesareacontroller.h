@@ -14,12 +14,16 @@
 
 class QCheckBox;
 class QLabel;
+class QLineEdit;
+class QMenu;
 class QPushButton;
 class QToolButton;
 class QWidget;
 
 namespace qb {
 
+class CardPlanner;
+class CSVDataSourceViewController;
 class DataSourcePresentable;
 class DestinationView;
 class FileAndFolderDialog;
@@ -58,6 +62,12 @@ public:
     QToolButton* warningButton() const { return m_warningButton; }
     QPushButton* shotlistButton() const { return m_shotlistButton; }
     ImagesTable* table() const { return m_table; }
+    // By barcode cards: the subject a scanner (or a person) types, and what
+    // came of it.
+    QLineEdit* currentSubjectField() const { return m_subjectField; }
+    QLabel* currentSubjectNote() const { return m_subjectNote; }
+    CardPlanner& cardPlanner() const { return *m_cards; }
+    const QStringList& currentSubject() const { return m_currentSubject; }
 
     URLImageProvider& provider() const { return *m_provider; }
     const std::optional<ImageValidator::ValidatedImages>& validatedImages() const
@@ -67,8 +77,18 @@ public:
     // Where the rows tie to the images ambiguously, as the last refresh
     // found it: shown beside the image warning.
     const QStringList& matchFindings() const { return m_matchFindings; }
-    // Whether the last refresh found images the write method can write.
+    // Whether the last refresh found images the write method can write;
+    // by cards, whether the plan gives any frame a row.
     bool hasWritableImages() const;
+    // Whether the panel gives frames their rows by barcode cards.
+    bool isCardMode() const { return cardPanel() != nullptr; }
+    // What a write maps: the panel's rows and the images, or by cards the
+    // plan's rows and the frames it gives them.
+    std::shared_ptr<MetadataSource> writeSource(std::shared_ptr<MetadataSource> panelSource) const;
+    const ImageProvider& writeImages() const;
+    // Marks each of `paths` as a card of the row `key`, or, without one, as
+    // not a card; kept in the document with the panel's settings.
+    void markCards(const QStringList& paths, const std::optional<QString>& key);
 
     // Counts and checks the images again, for the write method in force and
     // the rows of the panel.
@@ -91,6 +111,8 @@ public:
 signals:
     // After each refresh.
     void imagesChanged();
+    // A plan by barcode cards came in, or card mode ended.
+    void cardPlanChanged();
 
 private:
     void build(QWidget* parent);
@@ -98,6 +120,12 @@ private:
     QStringList findMatchFindings(const QList<QUrl>& images) const;
     QString warningText() const;
     ImagePlanInputs planInputs() const;
+    CSVDataSourceViewController* cardPanel() const;
+    void buildSubjectRow();
+    void showCardPlan();
+    void setCurrentSubject();
+    void addCardActions(QMenu& menu, const QStringList& paths);
+    void chooseCardRow(const QStringList& paths);
 
     Context m_context;
     std::shared_ptr<URLImageProvider> m_provider;
@@ -117,6 +145,13 @@ private:
     QPointer<ShotlistViewController> m_shotlist;
     QPointer<FileAndFolderDialog> m_openPanel;
     QCheckBox* m_includeSubdirsCheck = nullptr;
+
+    CardPlanner* m_cards = nullptr;
+    QLineEdit* m_subjectField = nullptr;
+    QLabel* m_subjectNote = nullptr;
+    QWidget* m_subjectRow = nullptr;
+    QStringList m_currentSubject;
+    std::shared_ptr<URLListProvider> m_plannedImages;
 };
 
 } // namespace qb

@@ -203,6 +203,8 @@ void ImagesTable::showContextMenu(const QPoint& position)
     menu->addSeparator();
     menu->addAction(QStringLiteral("Remove from the batch"), this,
                     [this] { emit removeRequested(selectedPaths()); });
+    if (m_menuExtension)
+        m_menuExtension(*menu, selectedPaths());
     menu->popup(m_view->viewport()->mapToGlobal(position));
 }
 

@@ -9,6 +9,7 @@
 
 class QComboBox;
 class QLineEdit;
+class QMenu;
 class QTableView;
 
 namespace qb {
@@ -41,6 +42,12 @@ public:
     QStringList selectedPaths() const;
     // Chooses the images whose keys include `key`, and shows the first.
     void selectKey(const QString& key);
+    // Adds actions for the chosen images to the context menu, after those
+    // every image has; none by default.
+    void setMenuExtension(std::function<void(QMenu& menu, const QStringList& paths)> extension)
+    {
+        m_menuExtension = std::move(extension);
+    }
 
     // Shows the folder of each image in the file manager, the image picked
     // out where the file manager can do that.
@@ -63,6 +70,7 @@ private:
     void copyPaths() const;
 
     std::function<void(const QUrl&)> m_openUrl;
+    std::function<void(QMenu&, const QStringList&)> m_menuExtension;
     ThumbnailLoader* m_thumbnails;
     ImageTableModel* m_model;
     ImageTableFilter* m_filter;

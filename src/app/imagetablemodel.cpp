@@ -88,6 +88,8 @@ void ImageTableModel::setImages(const QStringList& paths)
             m_paths.remove(first, row - first + 1);
             m_plan.erase(m_plan.begin() + first, m_plan.begin() + row + 1);
             m_folders.remove(first, row - first + 1);
+            if (!m_groups.isEmpty())
+                m_groups.remove(first, row - first + 1);
             endRemoveRows();
             row = first;
         }
@@ -97,6 +99,7 @@ void ImageTableModel::setImages(const QStringList& paths)
             m_thumbnails->cancelAll();
         m_paths = paths;
         m_plan.assign(std::size_t(paths.size()), ImagePlanEntry());
+        m_groups.clear();
         m_outcomes.clear();
         endResetModel();
     }
@@ -124,6 +127,11 @@ void ImageTableModel::plan(ImagePlanInputs inputs)
 {
     cancelPlanning();
     const int generation = ++m_generation;
+    if (!m_groups.isEmpty()) {
+        m_groups.clear();
+        if (!m_paths.isEmpty())
+            emit dataChanged(index(0, keyColumn), index(rowCount() - 1, keyColumn));
+    }
     m_pending = (m_paths.size() + batchSize - 1) / batchSize;
     if (m_pending == 0) {
         emit planned();
@@ -167,6 +175,31 @@ void ImageTableModel::takeBatch(int generation, qsizetype first,
         emit planned();
 }
 
+void ImageTableModel::showPlanned(const QStringList& paths, std::vector<ImagePlanEntry> entries,
+                                  const QStringList& groups)
+{
+    cancelPlanning();
+    ++m_generation;
+    m_pending = 0;
+    QHash<QString, ImagePlanEntry> outcomes;
+    for (qsizetype row = 0; row < paths.size(); ++row) {
+        // An outcome tells of the write that was planned; a new plan ends it.
+        const auto outcome = m_outcomes.constFind(paths[row]);
+        const int old = rowOf(paths[row]);
+        if (outcome != m_outcomes.cend() && old >= 0 &&
+            m_plan[std::size_t(old)] == entries[std::size_t(row)])
+            outcomes.insert(paths[row], *outcome);
+    }
+    beginResetModel();
+    m_paths = paths;
+    m_plan = std::move(entries);
+    m_groups = groups;
+    m_outcomes = std::move(outcomes);
+    endResetModel();
+    indexRows();
+    emit planned();
+}
+
 void ImageTableModel::setOutcomes(const FileOutcomes& outcomes)
 {
     for (const FileOutcome& outcome : outcomes) {
@@ -197,7 +230,9 @@ QString ImageTableModel::spokenRow(int row) const
 {
     const ImagePlanEntry& shown = entry(row);
     QStringList parts{QFileInfo(m_paths[row]).fileName()};
-    if (!shown.keys.isEmpty() && shown.state != ImageState::severalRows)
+    if (!m_groups.value(row).isEmpty())
+        parts << m_groups[row];
+    else if (!shown.keys.isEmpty() && shown.state != ImageState::severalRows)
         parts << shown.keys.join(QStringLiteral(", "));
     parts << imageStateText(shown);
     return parts.join(QStringLiteral(", "));
@@ -227,7 +262,8 @@ QVariant ImageTableModel::data(const QModelIndex& index, int role) const
         case folderColumn:
             return m_folders.value(row);
         case keyColumn:
-            return shown.keys.join(QStringLiteral(", "));
+            return m_groups.value(row).isEmpty() ? shown.keys.join(QStringLiteral(", "))
+                                                 : m_groups[row];
         case statusColumn:
             return imageStateText(shown);
         }
@@ -253,6 +289,11 @@ QVariant ImageTableModel::data(const QModelIndex& index, int role) const
             return QColor(0xb0, 0x20, 0x20);
         if (shown.state == ImageState::written)
             return QColor(0x1a, 0x7f, 0x37);
+        // A frame to check is written all the same; a card isn't.
+        if (shown.state == ImageState::willBeWritten && !shown.reason.isEmpty())
+            return QColor(0x9a, 0x5b, 0x00);
+        if (shown.state == ImageState::card)
+            return QColor(0x1f, 0x4e, 0x9c);
         return {};
     case stateRole:
         return int(shown.state);

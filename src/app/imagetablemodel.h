@@ -46,6 +46,12 @@ public:
     // filled in here. An outcome stays on an image whose plan is the same.
     void plan(ImagePlanInputs inputs);
     bool isPlanned() const { return m_pending == 0; }
+    // Shows a plan made elsewhere, as by barcode cards: the images in its
+    // order, each with its entry and the group it belongs to, shown as its
+    // key. Stops the plan being worked out; the next plan() or setImages()
+    // shows the images as before.
+    void showPlanned(const QStringList& paths, std::vector<ImagePlanEntry> entries,
+                     const QStringList& groups);
     // What the last write did with each of its files.
     void setOutcomes(const FileOutcomes& outcomes);
 
@@ -75,6 +81,8 @@ private:
     QStringList m_folders; // relative to the common folder
     QHash<QString, int> m_rows;
     std::vector<ImagePlanEntry> m_plan;
+    // Each row's group when a plan made elsewhere is shown; empty otherwise.
+    QStringList m_groups;
     // The last write's outcome, by path; shown over the plan.
     QHash<QString, ImagePlanEntry> m_outcomes;
     mutable QCache<QString, QIcon> m_icons{600};

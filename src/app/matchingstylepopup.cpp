@@ -6,7 +6,7 @@
 
 namespace qb {
 
-QComboBox* makeMatchingStylePopUp(QWidget* parent, bool withPath)
+QComboBox* makeMatchingStylePopUp(QWidget* parent, bool withPath, bool withCards)
 {
     auto* popUp = new QComboBox(parent);
     popUp->setObjectName(QStringLiteral("matchingStylePopUp"));
@@ -17,6 +17,8 @@ QComboBox* makeMatchingStylePopUp(QWidget* parent, bool withPath)
         popUp->addItem(matchingStyleTitle(style), int(style));
     if (withPath)
         popUp->addItem(matchingStyleTitle(MatchingStyle::path), int(MatchingStyle::path));
+    if (withCards)
+        popUp->addItem(QStringLiteral("by barcode cards"), cardsMatchingItem);
     selectMatchingStyle(*popUp, int(FileNameDataSource::MatchingStyle::prefix));
     return popUp;
 }

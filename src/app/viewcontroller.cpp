@@ -92,8 +92,8 @@ QWidget* ViewController::buildImageBar()
         bar);
     m_writer = new WriteController(
         {m_services.preferences, [this] { return mappingsForRows(ruleEditor->allRowCriteria()); },
-         [this] { return m_datasourceView->dataSource(); },
-         [this]() -> const ImageProvider& { return m_images->provider(); },
+         [this] { return m_images->writeSource(m_datasourceView->dataSource()); },
+         [this]() -> const ImageProvider& { return m_images->writeImages(); },
          [this] {
              return m_images->selectedImages();
          }},
@@ -117,6 +117,8 @@ QWidget* ViewController::buildImageBar()
     connect(m_images, &ImagesAreaController::imagesChanged, this,
             &ViewController::updateWriteReadiness);
     connect(m_images, &ImagesAreaController::imagesChanged, this, &ViewController::readImageKeys);
+    connect(m_images, &ImagesAreaController::cardPlanChanged, this,
+            &ViewController::updateWriteReadiness);
     connect(m_writer, &WriteController::writeFinished, this, &ViewController::writeFinished);
     connect(m_writer, &WriteController::writeFinished, m_images,
             [this] { m_images->showOutcomes(m_writer->lastOutcomes()); });

@@ -122,6 +122,11 @@ public:
     SubjectWalk(CardPlan& plan)
         : m_plan(plan)
     {
+        if (!m_plan.options.currentSubject.isEmpty() &&
+            m_plan.options.cardOrder == CardOrder::forward) {
+            m_plan.subjects.push_back(CardSubject{m_plan.options.currentSubject, true, {}, {}});
+            m_current = 0;
+        }
     }
 
     void card(int frame, const CardReading& reading)
@@ -159,8 +164,21 @@ public:
 
     void finish()
     {
+        if (!m_plan.options.currentSubject.isEmpty() && !m_pending.empty()) {
+            m_plan.subjects.push_back(CardSubject{m_plan.options.currentSubject, true, {}, {}});
+            for (const int pending : m_pending)
+                give(pending, int(m_plan.subjects.size() - 1));
+            m_pending.clear();
+        }
         for (const int pending : m_pending)
             at(pending).reason = UnassignedReason::afterLastCard;
+        // A scanned subject whose frames all came after a card names nothing.
+        if (!m_plan.subjects.empty() && m_plan.subjects.front().cards.empty() &&
+            m_plan.subjects.front().frames.empty()) {
+            m_plan.subjects.erase(m_plan.subjects.begin());
+            for (PlannedFrame& frame : m_plan.frames)
+                frame.subject -= frame.subject >= 0 ? 1 : 0;
+        }
     }
 
 private:

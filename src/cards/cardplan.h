@@ -75,6 +75,10 @@ struct CardPlanOptions {
     double gapSeconds = 120;
     CardKeyPattern keyPattern;
     std::vector<CardFix> fixes;
+    // The rows a scanner named before the session, as at a tethered
+    // shoot: they stand for a card before the first frame (forward), or
+    // after the last (backward). Row keys, as RowKeys gives them.
+    QStringList currentSubject;
 };
 
 enum class FrameRole { card, groupCard, subject, unassigned };

@@ -102,7 +102,11 @@ void writeSubject(QTextStream& out, const CardPlan& plan, const CardSubject& sub
         cards << frame.name + (frame.fix == FrameFix::markedAsCard ? QStringLiteral(", set by hand")
                                                                    : QString());
     }
-    out << " (card " << cards.join(QStringLiteral("; card ")) << ")\n";
+    // A subject scanned before the session has no card among the frames.
+    if (cards.isEmpty())
+        out << " (scanned)\n";
+    else
+        out << " (card " << cards.join(QStringLiteral("; card ")) << ")\n";
     if (subject.gapFlag)
         out << "    check: a card may have been missed: " << durationText(subject.longestGap)
             << " without a frame after " << plan.frames[size_t(subject.gapAfter)].name << '\n';

@@ -1,9 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cardsession.h"
 
+#include "cards/framepreviews.h"
+#include "exif/stayopenexiftool.h"
+
 #include <QFileInfo>
+#include <QThread>
 
 namespace qb {
+
+std::shared_ptr<BarcodeDecoder> sessionDecoder(const QString& exiftool)
+{
+    std::vector<std::shared_ptr<ProcessRunner>> runners;
+    for (int i = 0; i < std::max(1, QThread::idealThreadCount()); ++i)
+        runners.push_back(std::make_shared<StayOpenExiftool>());
+    return std::make_shared<BarcodeDecoder>(
+        std::make_shared<ExiftoolFramePreviews>(exiftool, std::move(runners)));
+}
 
 std::expected<std::vector<CardFrame>, Error>
 readCardFrames(const QStringList& paths, const ExifTool& exiftool,

@@ -19,6 +19,10 @@ namespace qb {
 // the frames decode on `pool` (the global pool when null). An error when
 // exiftool can't be run; a frame that can't be read is no error here, it is
 // named in the plan.
+// Reads the codes through the exiftool at `exiftool` where a file's preview
+// is needed, one long-lived exiftool per core.
+std::shared_ptr<BarcodeDecoder> sessionDecoder(const QString& exiftool);
+
 std::expected<std::vector<CardFrame>, Error>
 readCardFrames(const QStringList& paths, const ExifTool& exiftool,
                std::shared_ptr<const BarcodeDecoder> decoder, QThreadPool* pool = nullptr);

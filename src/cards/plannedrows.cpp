@@ -8,6 +8,21 @@ RowKeys rowKeysOf(const FileNameDataSource& source)
     return RowKeys(source.keys());
 }
 
+QString rowName(const FileNameDataSource& source, const QString& key)
+{
+    const std::optional<MetadataRow> row = source.row(key);
+    if (!row)
+        return {};
+    QStringList parts;
+    for (const auto& [column, value] : *row) {
+        const QString text = value.isString() ? value.toString().trimmed() : QString();
+        if (column.contains(QLatin1String("name"), Qt::CaseInsensitive) && !text.isEmpty() &&
+            text != key)
+            parts << text;
+    }
+    return parts.join(QLatin1Char(' '));
+}
+
 PlannedRows::PlannedRows(std::shared_ptr<const FileNameDataSource> rows,
                          const std::vector<std::pair<QString, QStringList>>& assignments)
     : m_rows(std::move(rows))

@@ -14,6 +14,10 @@ namespace qb {
 // The keys of a data source's rows, for the plan.
 RowKeys rowKeysOf(const FileNameDataSource& source);
 
+// A row's name for people: its columns whose names say "name", such as
+// "Name" or "First name" and "Last name", joined; empty for none.
+QString rowName(const FileNameDataSource& source, const QString& key);
+
 // The rows a plan gives its frames, as the source a write maps images by:
 // each frame gets the row of its card's key, and a frame of a group card
 // the group's rows merged, the first value of each column that isn't empty

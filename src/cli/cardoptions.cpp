@@ -104,15 +104,6 @@ chosenCardMode(const QCommandLineParser& parser, const QCommandLineOption& cards
     return std::move(*chosen);
 }
 
-std::shared_ptr<BarcodeDecoder> cardDecoder(const QString& exiftool)
-{
-    std::vector<std::shared_ptr<ProcessRunner>> runners;
-    for (int i = 0; i < std::max(1, QThread::idealThreadCount()); ++i)
-        runners.push_back(std::make_shared<StayOpenExiftool>());
-    return std::make_shared<BarcodeDecoder>(
-        std::make_shared<ExiftoolFramePreviews>(exiftool, std::move(runners)));
-}
-
 std::expected<CardPlan, ExitStatus> planCardSession(const QList<QUrl>& images,
                                                     const FileNameDataSource& rows,
                                                     const CardPlanOptions& options,
@@ -121,7 +112,7 @@ std::expected<CardPlan, ExitStatus> planCardSession(const QList<QUrl>& images,
     QStringList paths;
     for (const QUrl& url : images)
         paths << url.toLocalFile();
-    auto frames = readCardFrames(paths, ExifTool(exiftool, {}), cardDecoder(exiftool));
+    auto frames = readCardFrames(paths, ExifTool(exiftool, {}), sessionDecoder(exiftool));
     if (!frames) {
         printError(streams, frames.error());
         return std::unexpected(ExitStatus::failure);
@@ -133,17 +124,7 @@ PlanTextOptions planTextOptions(std::shared_ptr<const FileNameDataSource> rows)
 {
     PlanTextOptions options;
     options.describe = [rows = std::move(rows)](const QString& key) {
-        const std::optional<MetadataRow> row = rows->row(key);
-        if (!row)
-            return QString();
-        QStringList parts;
-        for (const auto& [column, value] : *row) {
-            const QString text = value.isString() ? value.toString().trimmed() : QString();
-            if (column.contains(QLatin1String("name"), Qt::CaseInsensitive) && !text.isEmpty() &&
-                text != key)
-                parts << text;
-        }
-        return parts.join(QLatin1Char(' '));
+        return rowName(*rows, key);
     };
     return options;
 }

@@ -69,18 +69,13 @@ std::expected<std::optional<CardPlanOptions>, QString>
 chosenCardMode(const QCommandLineParser& parser, const QCommandLineOption& cards,
                const CardOptions& options, bool live);
 
-// Reads the codes through the exiftool at `exiftool` where a file's preview
-// is needed, one long-lived exiftool per core.
-std::shared_ptr<BarcodeDecoder> cardDecoder(const QString& exiftool);
-
 // Reads the frames among `images` and plans them; prints why it can't.
 std::expected<CardPlan, ExitStatus> planCardSession(const QList<QUrl>& images,
                                                     const FileNameDataSource& rows,
                                                     const CardPlanOptions& options,
                                                     const QString& exiftool, Streams& streams);
 
-// Names the rows for people: the row's columns whose names say "name",
-// such as "Name" or "First name" and "Last name", joined.
+// Names the rows for people, as rowName does.
 PlanTextOptions planTextOptions(std::shared_ptr<const FileNameDataSource> rows);
 
 // "1234 (Ana Lindqvist)", or the key alone.

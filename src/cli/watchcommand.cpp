@@ -9,6 +9,7 @@
 #include "watchrows.h"
 #include "writeoptions.h"
 
+#include "cards/cardsession.h"
 #include "cards/plannedrows.h"
 #include "exif/stayopenexiftool.h"
 #include "extensions/filesinuse.h"
@@ -129,8 +130,7 @@ public:
     // the one its name matches. `keyReader` reads a capture's key tag, when
     // the rows are keyed by one.
     Watch(FolderWatcher& watcher, MetadataQueue& queue, WatchRows& rows, WatchCards* cards,
-          ExifTool keyReader,
-          Streams& streams)
+          ExifTool keyReader, Streams& streams)
         : m_watcher(watcher)
         , m_queue(queue)
         , m_rows(rows)
@@ -335,7 +335,7 @@ ExitStatus watch(const QString& folder, const WatchSetup& setup, WatchRows& rows
     std::unique_ptr<WatchCards> subjects;
     if (cards) {
         subjects = std::make_unique<WatchCards>(cards->keyPattern, cards->cardFrames,
-                                                cardDecoder(exiftoolToRun(exiftool)), streams);
+                                                sessionDecoder(exiftoolToRun(exiftool)), streams);
         subjects->listenToStandardInput([&rows] { return rows.rows().source.dataSource; });
     }
     Watch writes(watcher, queue, rows, subjects.get(),

@@ -82,6 +82,15 @@ std::expected<Json, Error> CSVDatasourceSettings::toJson() const
         json["sheetName"] = qb::toJson(*sheetName);
     if (keyTag)
         json["keyTag"] = qb::toJson(*keyTag);
+    if (cardMode)
+        json["cardMode"] = true;
+    if (!cardFixes.empty()) {
+        Json fixes = Json::array();
+        for (const CardFixSetting& fix : cardFixes)
+            fixes.push_back(Json{{"frame", qb::toJson(fix.frame)},
+                                 {"key", fix.key ? qb::toJson(*fix.key) : Json()}});
+        json["cardFixes"] = std::move(fixes);
+    }
     return json;
 }
 
@@ -102,6 +111,15 @@ CSVDatasourceSettings CSVDatasourceSettings::fromJson(const JsonObject& object,
     settings.fieldDelimiter = optionalString(object, "fieldDelimiter");
     settings.sheetName = optionalString(object, "sheetName");
     settings.keyTag = optionalString(object, "keyTag");
+    settings.cardMode = object.contains("cardMode") && object.boolean("cardMode");
+    if (object.contains("cardFixes")) {
+        const Json& fixes = object.array("cardFixes");
+        for (std::size_t i = 0; i < fixes.size(); ++i) {
+            const JsonObject fix =
+                jsonObjectAt(fixes[i], object.pathOf("cardFixes") + QStringLiteral("[%1]").arg(i));
+            settings.cardFixes.push_back({fix.string("frame"), optionalString(fix, "key")});
+        }
+    }
     if (object.contains("currentURL") && !object.json().at("currentURL").is_null())
         settings.currentURL = BookmarkURL::fromJson(object.json().at("currentURL"),
                                                     object.pathOf("currentURL"), relativeTo);

@@ -16,8 +16,17 @@
 
 #include <expected>
 #include <optional>
+#include <vector>
 
 namespace qb {
+
+// A frame marked as a card by hand, or, without a key, as not one.
+struct CardFixSetting {
+    QString frame;
+    std::optional<QString> key;
+
+    friend bool operator==(const CardFixSetting&, const CardFixSetting&) = default;
+};
 
 // What the CSV panel keeps in a document between saves.
 struct CSVDatasourceSettings {
@@ -43,6 +52,11 @@ struct CSVDatasourceSettings {
     // The tag whose value keys each image instead of its name; left out
     // for the name.
     std::optional<QString> keyTag;
+    // Rows go to frames by the barcode cards shot among them rather than by
+    // name; the matching style stays for when the mode is left. Left out
+    // when off, as are the fixes when there are none.
+    bool cardMode = false;
+    std::vector<CardFixSetting> cardFixes;
 
     // Nothing when the raw value names no style.
     std::optional<FileNameDataSource::MatchingStyle> matchingStyle() const;

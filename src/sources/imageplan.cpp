@@ -21,7 +21,8 @@ bool stateMatchesFilter(ImageState state, ImageFilter filter)
         return state == ImageState::willBeWritten;
     case ImageFilter::problems:
         return state != ImageState::unknown && state != ImageState::willBeWritten &&
-               state != ImageState::written && state != ImageState::unchanged;
+               state != ImageState::written && state != ImageState::unchanged &&
+               state != ImageState::card;
     case ImageFilter::notYetWritten:
         return state != ImageState::written && state != ImageState::unchanged;
     }
@@ -52,8 +53,9 @@ QString imageStateText(const ImagePlanEntry& entry)
         return QStringLiteral("Checking\u2026");
     case ImageState::willBeWritten:
         return QStringLiteral("Will be written, %1 %2")
-            .arg(entry.tagCount)
-            .arg(entry.tagCount == 1 ? QStringLiteral("tag") : QStringLiteral("tags"));
+                   .arg(entry.tagCount)
+                   .arg(entry.tagCount == 1 ? QStringLiteral("tag") : QStringLiteral("tags")) +
+               (entry.reason.isEmpty() ? QString() : QStringLiteral("; ") + entry.reason);
     case ImageState::noRow:
         return QStringLiteral("No row");
     case ImageState::severalRows:
@@ -74,6 +76,11 @@ QString imageStateText(const ImagePlanEntry& entry)
         return QStringLiteral("Not written");
     case ImageState::leftOut:
         return QStringLiteral("Left out: ") + entry.reason;
+    case ImageState::card:
+        return entry.reason.isEmpty() ? QStringLiteral("Card")
+                                      : QStringLiteral("Card, ") + entry.reason;
+    case ImageState::unassigned:
+        return QStringLiteral("Unassigned: ") + entry.reason;
     }
     return {};
 }

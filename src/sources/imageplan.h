@@ -35,6 +35,9 @@ enum class ImageState {
     failed,
     notWritten,
     leftOut,
+    // By barcode cards: a card frame, and a frame no card gives a row.
+    card,
+    unassigned,
 };
 
 // The views of a batch a user filters by.
@@ -51,13 +54,15 @@ struct ImagePlanEntry {
     ImageState state = ImageState::unknown;
     QStringList keys;
     int tagCount = 0;
-    // exiftool's reason for a failed file, or why it was left out.
+    // exiftool's reason for a failed file, or why it was left out; by
+    // cards, what to check of a frame or why it has no row.
     QString reason;
 
     friend bool operator==(const ImagePlanEntry&, const ImagePlanEntry&) = default;
 };
 
-// "Will be written, 5 tags", "Several rows: A1, A10", "Failed: reason".
+// "Will be written, 5 tags", "Several rows: A1, A10", "Failed: reason",
+// "Card", "Unassigned: before the first card".
 QString imageStateText(const ImagePlanEntry& entry);
 
 // What a plan is made from. The source is a copy taken on the main thread,

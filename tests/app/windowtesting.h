@@ -80,10 +80,12 @@ protected:
     }
 
     // doc.qbmap with `rows` (a JSON array) and, for the CSV panel, its
-    // settings pointing at shoot.csv beside the package.
+    // settings pointing at shoot.csv beside the package, keyed by the first
+    // of `columns`.
     QString
     writePackage(const QByteArray& rows, const QString& datasource = "csvsource",
-                 const QByteArray& csv = "Shot,Title,Keywords\nA1,Red coat,a;b\nB2,Blue,c\n")
+                 const QByteArray& csv = "Shot,Title,Keywords\nA1,Red coat,a;b\nB2,Blue,c\n",
+                 const QStringList& columns = {"Shot", "Title", "Keywords"})
     {
         writeFile("shoot.csv", csv);
         writeFile("doc.qbmap/mapping.json", R"({"version": 2, "mappings": )" + rows +
@@ -91,10 +93,11 @@ protected:
                                                 datasource.toUtf8() + R"("})");
         const QByteArray bookmark =
             QJsonDocument(QJsonObject{{"path", "shoot.csv"}}).toJson(QJsonDocument::Compact);
-        writeFile("doc.qbmap/datasource/csv.json",
-                  R"({"keyNames": ["Shot", "Title", "Keywords"], "selectedHeader": "Shot",
-                      "selectedMatchStyle": 2, "currentURL": ")" +
-                      bookmark.toBase64() + R"("})");
+        const QJsonObject settings{{"keyNames", QJsonArray::fromStringList(columns)},
+                                   {"selectedHeader", columns.front()},
+                                   {"selectedMatchStyle", 2},
+                                   {"currentURL", QString::fromLatin1(bookmark.toBase64())}};
+        writeFile("doc.qbmap/datasource/csv.json", QJsonDocument(settings).toJson());
         return path("doc.qbmap");
     }
 

@@ -8,7 +8,8 @@ using namespace qb::testing;
 
 namespace {
 
-// "backward write name gap=600 pattern=REGEX fix=F03,1235 fix=F03,1236"
+// "backward write name gap=600 pattern=REGEX fix=F03,1235 fix=F03,1236
+// subject=1235"
 CardPlanOptions settings(const QString& words)
 {
     CardPlanOptions options;
@@ -27,6 +28,8 @@ CardPlanOptions settings(const QString& words)
             options.keyPattern = CardKeyPattern::compile(value).value();
         else if (word.startsWith("fix="))
             fixes << value;
+        else if (word.startsWith("subject="))
+            options.currentSubject << value;
     }
     options.fixes = parseCardFixes(fixes.join('\n')).value();
     return options;
@@ -61,6 +64,12 @@ TEST(CardPlan, givesEachFrameItsSubject)
          "c:1234 1234 g:1235+1236 1235+1236", "1234:1 1235+1236:1"},
         {"fix with an unknown key", "fix=F03,4444", "1234 . .", "c:1234 1234 c?4444",
          "1234:1 ?4444:0"},
+        {"scanned subject", "subject=1235", ". . 1234 .", "1235 1235 c:1234 1234", "1235:2 1234:1"},
+        {"scanned subject, card first", "subject=1235", "1234 .", "c:1234 1234", "1234:1"},
+        {"scanned subject of the first card", "subject=1234", ". 1234 .", "1234 c:1234 1234",
+         "1234:2"},
+        {"scanned subject, backward", "backward subject=1235", ". 1234 . .",
+         "1234 c:1234 1235 1235", "1234:1 1235:2"},
         {"canonically equal key", "", "Jose\u0301 .", "c:José José", "José:1"},
         {"key pattern", "pattern=id=(\\d+)", "s?id=1234 . other .", "c:1234 1234 1234 1234",
          "1234:3"},

@@ -121,6 +121,45 @@ TEST(SettingsJson, TheSheetTheKeyTagAndThePathStyleRoundTripAndAreLeftOutUnset)
     EXPECT_TRUE(wrong.error().failureReason.contains("keyTag"));
 }
 
+TEST(SettingsJson, CardModeAndItsFixesRoundTripAndAreLeftOutUnset)
+{
+    const QByteArray start = "{\"keyNames\": [\"Key\"], \"selectedMatchStyle\": 2";
+    const struct {
+        QByteArray rest;
+        bool cardMode;
+        std::vector<CardFixSetting> fixes;
+    } cases[] = {
+        {"", false, {}},
+        {", \"cardMode\": true", true, {}},
+        {", \"cardMode\": true, \"cardFixes\": [{\"frame\": \"IMG_0005.JPG\", \"key\": "
+         "\"1235\"}, {\"frame\": \"B/IMG_0001.JPG\", \"key\": null}]",
+         true,
+         {{"IMG_0005.JPG", "1235"}, {"B/IMG_0001.JPG", std::nullopt}}},
+        // Fixes outlast a spell out of card mode.
+        {", \"cardFixes\": [{\"frame\": \"IMG_0002.JPG\"}]", false, {{"IMG_0002.JPG", {}}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.rest.toStdString());
+        const auto decoded = CSVDatasourceSettings::decode(start + c.rest + "}");
+        ASSERT_TRUE(decoded.has_value()) << decoded.error().message().toStdString();
+        EXPECT_EQ(decoded->cardMode, c.cardMode);
+        EXPECT_EQ(decoded->cardFixes, c.fixes);
+        const QByteArray saved = *decoded->fileWrapper()->regularFileContents();
+        EXPECT_EQ(saved.contains("cardMode"), c.cardMode);
+        EXPECT_EQ(saved.contains("cardFixes"), !c.fixes.empty());
+        const auto again = CSVDatasourceSettings::decode(saved);
+        EXPECT_EQ(again->cardMode, c.cardMode);
+        EXPECT_EQ(again->cardFixes, c.fixes);
+    }
+    for (const QByteArray& wrong : {QByteArray(", \"cardFixes\": [{\"key\": \"1\"}]"),
+                                    QByteArray(", \"cardFixes\": [\"IMG_0001.JPG\"]")}) {
+        const auto decoded = CSVDatasourceSettings::decode(start + wrong + "}");
+        ASSERT_FALSE(decoded.has_value());
+        EXPECT_TRUE(decoded.error().failureReason.contains("cardFixes[0]"))
+            << decoded.error().failureReason.toStdString();
+    }
+}
+
 TEST(SettingsJson, UnknownStyleSurvivesButNamesNoStyle)
 {
     const auto image = ImageDatasourceSettings::decode("{\"selectedMatchStyle\": 9}");

@@ -4,7 +4,10 @@
 // whatever platform Qt is given (offscreen works without a display).
 //
 //   qb_screenshots OUTPUT_FOLDER EXAMPLES_FOLDER
+#include "../../tests/cards/cardimages.h"
+
 #include "app/appdelegate.h"
+#include "app/cardplanner.h"
 #include "app/contactform.h"
 #include "app/csvdatasourceviewcontroller.h"
 #include "app/errorpresenter.h"
@@ -23,6 +26,8 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QLineEdit>
+#include <QTableView>
 #include <QMessageBox>
 #include <QPainter>
 #include <QProcess>
@@ -167,6 +172,59 @@ bool saveImagesTable(DocumentWindow& window, const QString& examples, const QStr
     panel->importFileAction();
     window.resize(size);
     return ok;
+}
+
+bool writeBytes(const QString& path, const QByteArray& bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+// A school morning by barcode cards, as the README tells it: a card that
+// names no row, a group card with a long pause in its frames, and the card
+// of 1238, too small to read, marked by hand.
+bool saveCardPlan(AppDelegate& delegate, const QString& home, const QString& out)
+{
+    const QString folder = home + QStringLiteral("/cards");
+    const QString package = folder + QStringLiteral("/school.qbmap");
+    const QByteArray bookmark = QStringLiteral("{\"path\":\"pupils.csv\"}").toUtf8().toBase64();
+    if (testing::shoot(folder + QStringLiteral("/shoot"), testing::schoolShoot()).isEmpty() ||
+        !writeBytes(folder + QStringLiteral("/pupils.csv"),
+                    "Number,Name,Class\n1234,Ana Lindqvist,4B\n1235,Bj\xc3\xb6rn Ek,4B\n"
+                    "1236,Chen Wei,4B\n1237,Dana Ruiz,4B\n1238,Emil Berg,4B\n"
+                    "1239,Farah Haddad,4B\n") ||
+        !writeBytes(package + QStringLiteral("/mapping.json"),
+                    R"({"version": 2, "isEditable": true, "datasource": "csvsource",
+                        "mappings": [{"keyName": "Name", "destTag": "XMP:Title",
+                                      "actions": {"mappers": []}},
+                                     {"keyName": "Class", "destTag": "XMP:Subject",
+                                      "actions": {"mappers": []}}]})") ||
+        !writeBytes(package + QStringLiteral("/datasource/csv.json"),
+                    R"({"keyNames": ["Number", "Name", "Class"], "selectedHeader": "Number",
+                        "selectedMatchStyle": 1, "cardMode": true,
+                        "cardFixes": [{"frame": "IMG_0014.JPG", "key": "1238"}],
+                        "currentURL": ")" +
+                        bookmark + R"("})"))
+        return false;
+    DocumentWindow* window = delegate.documents().openDocument(package);
+    if (!window)
+        return false;
+    settle();
+    ViewController& controller = window->viewController();
+    window->resize(window->width() + 160, window->height() + 700);
+    controller.dropImages({QUrl::fromLocalFile(folder + QStringLiteral("/shoot"))});
+    CardPlanner& planner = controller.images().cardPlanner();
+    for (int waited = 0; planner.isPlanning() && waited < 60000; waited += 50)
+        QTest::qWait(50);
+    waitForTable(controller);
+    // The end of the morning, where the checks are.
+    controller.images().table()->tableView()->scrollToBottom();
+    controller.images().currentSubjectField()->setFocus();
+    const bool saved = saveWindow(*window, out + QStringLiteral("/cards.png"));
+    window->setSaveQuestion([](DocumentWindow&) { return QMessageBox::Discard; });
+    window->close();
+    return saved;
 }
 
 // A folder made empty for the run and removed after it.
@@ -335,6 +393,8 @@ int main(int argc, char* argv[])
 
     sample->setSaveQuestion(discard);
     sample->close();
+
+    ok &= saveCardPlan(delegate, home.path(), out);
 
     delegate.showPreferences();
     PreferencesWindow* preferencesWindow = delegate.preferencesWindow();
