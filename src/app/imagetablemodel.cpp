@@ -301,6 +301,8 @@ QVariant ImageTableModel::data(const QModelIndex& index, int role) const
         return path;
     case keysRole:
         return shown.keys;
+    case flaggedRole:
+        return shown.state == ImageState::willBeWritten && !shown.reason.isEmpty();
     case sortRole:
         if (index.column() == statusColumn)
             return QStringLiteral("%1 %2").arg(int(shown.state), 2, 10, QLatin1Char('0')).arg(text);
@@ -374,7 +376,8 @@ bool ImageTableFilter::filterAcceptsRow(int sourceRow, const QModelIndex& source
 {
     const QAbstractItemModel& model = *sourceModel();
     const QModelIndex name = model.index(sourceRow, ImageTableModel::nameColumn, sourceParent);
-    if (!stateMatchesFilter(ImageState(name.data(ImageTableModel::stateRole).toInt()), m_filter))
+    if (!stateMatchesFilter(ImageState(name.data(ImageTableModel::stateRole).toInt()), m_filter,
+                            name.data(ImageTableModel::flaggedRole).toBool()))
         return false;
     if (m_search.isEmpty() || name.data().toString().contains(m_search, Qt::CaseInsensitive))
         return true;

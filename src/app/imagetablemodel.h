@@ -32,7 +32,8 @@ public:
         stateRole = Qt::UserRole + 1, // int(ImageState)
         sortRole,
         pathRole,
-        keysRole, // QStringList
+        keysRole,    // QStringList
+        flaggedRole, // written, but the plan asks to check it first
     };
 
     explicit ImageTableModel(ThumbnailLoader* thumbnails = nullptr, QObject* parent = nullptr);

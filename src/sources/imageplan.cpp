@@ -12,7 +12,7 @@
 
 namespace qb {
 
-bool stateMatchesFilter(ImageState state, ImageFilter filter)
+bool stateMatchesFilter(ImageState state, ImageFilter filter, bool flagged)
 {
     switch (filter) {
     case ImageFilter::all:
@@ -20,6 +20,8 @@ bool stateMatchesFilter(ImageState state, ImageFilter filter)
     case ImageFilter::willBeWritten:
         return state == ImageState::willBeWritten;
     case ImageFilter::problems:
+        if (flagged && state == ImageState::willBeWritten)
+            return true;
         return state != ImageState::unknown && state != ImageState::willBeWritten &&
                state != ImageState::written && state != ImageState::unchanged &&
                state != ImageState::card;

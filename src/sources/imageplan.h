@@ -43,8 +43,11 @@ enum class ImageState {
 // The views of a batch a user filters by.
 enum class ImageFilter { all, willBeWritten, problems, notYetWritten };
 
-// Whether an image in `state` belongs under `filter`.
-bool stateMatchesFilter(ImageState state, ImageFilter filter);
+// Whether an image in `state` belongs under `filter`. A `flagged` image is
+// written all the same but asks to be looked at first (by cards: a card may
+// have been missed, a frame without a capture time), so it is also among
+// the problems.
+bool stateMatchesFilter(ImageState state, ImageFilter filter, bool flagged = false);
 // The state a write's outcome for a file puts it in.
 ImageState stateOfOutcome(FileOutcomeKind kind);
 

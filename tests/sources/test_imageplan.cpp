@@ -153,9 +153,15 @@ TEST(ImagePlan, FiltersSortTheStates)
     struct Row {
         ImageState state;
         bool willBeWritten, problem, notYetWritten;
+        bool flagged = false;
     };
     const Row rows[] = {
         {ImageState::willBeWritten, true, false, true},
+        // A frame to check is written and shown among the problems too.
+        {ImageState::willBeWritten, true, true, true, true},
+        {card, false, false, true},
+        {card, false, false, true, true},
+        {unassigned, false, true, true},
         {noRow, false, true, true},
         {severalRows, false, true, true},
         {stillBeingWritten, false, true, true},
@@ -165,11 +171,15 @@ TEST(ImagePlan, FiltersSortTheStates)
         {unknown, false, false, true},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(imageStateText({row.state, {}, 0, {}}).toStdString());
-        EXPECT_TRUE(stateMatchesFilter(row.state, ImageFilter::all));
-        EXPECT_EQ(stateMatchesFilter(row.state, ImageFilter::willBeWritten), row.willBeWritten);
-        EXPECT_EQ(stateMatchesFilter(row.state, ImageFilter::problems), row.problem);
-        EXPECT_EQ(stateMatchesFilter(row.state, ImageFilter::notYetWritten), row.notYetWritten);
+        SCOPED_TRACE(imageStateText({row.state, {}, 0, {}}).toStdString() +
+                     (row.flagged ? ", flagged" : ""));
+        const auto matches = [&row](ImageFilter filter) {
+            return stateMatchesFilter(row.state, filter, row.flagged);
+        };
+        EXPECT_TRUE(matches(ImageFilter::all));
+        EXPECT_EQ(matches(ImageFilter::willBeWritten), row.willBeWritten);
+        EXPECT_EQ(matches(ImageFilter::problems), row.problem);
+        EXPECT_EQ(matches(ImageFilter::notYetWritten), row.notYetWritten);
     }
 }
 
