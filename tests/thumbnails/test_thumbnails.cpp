@@ -96,7 +96,7 @@ TEST(ThumbnailCache, UrisAreEscapedAsGLibEscapesThemAndNameTheFile)
         SCOPED_TRACE(row.path.toStdString());
         EXPECT_EQ(ThumbnailCache::uriOf(row.path), row.uri);
     }
-    // The example the thumbnail specification gives.
+    // The worked example of freedesktop.org's thumbnail cache rules.
     EXPECT_EQ(QFileInfo(ThumbnailCache(QStringLiteral("/c"))
                             .pathFor(QStringLiteral("/home/jens/photos/me.png"),
                                      ThumbnailCache::Flavour::normal))
